@@ -1,0 +1,30 @@
+// Builtins: the dispatcher that maps a callee name and argument count to a
+// native routine, and the families behind it.
+#pragma once
+#include "../runtime/runtime.h"
+
+// The routine for this name and count, or null when no builtin accepts them.
+fnptr builtin_lookup(const char *name, int nargs);
+// Runs the builtin or answers null (then the caller looks at user bindings).
+Val *call_builtin(const char *name, Val **args, int nargs, Env *env);
+
+// A family registers its rows here, in order of the dispatcher's table.
+// Count condition: nargs between min_args and max_args (-1: no upper bound).
+struct BuiltinRow {
+  const char *name;
+  int min_args, max_args;
+  fnptr fn;
+};
+extern const BuiltinRow core_builtins[];
+extern const BuiltinRow text_builtins[];
+extern const BuiltinRow list_math_builtins[];
+extern const BuiltinRow host_builtins[];
+extern const BuiltinRow unsupported_builtins[];
+// Any name beginning with one of these prefixes answers nil.
+extern const char *const unsupported_prefixes[];
+Val *builtin_nil(Val **args, int nargs);
+
+// Helpers shared by the families.
+inline Val *arg(Val **args, int nargs, int i) { return i < nargs ? args[i] : g_nil; }
+inline bool is_kind(Val *v, VType t) { return v->type == t; }
+Val *builtin_try(Val **args, int nargs);

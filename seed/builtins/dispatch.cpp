@@ -1,0 +1,38 @@
+// The dispatcher: one table from names to rows, with the family prefixes last.
+#include <cstring>
+#include <string_view>
+#include <unordered_map>
+
+#include "builtins.h"
+
+// No name is tested twice and no exact name begins with an unsupported
+// prefix, so a hash of exact names followed by the prefix test gives the
+// same answer as walking the ordered chain.
+static std::unordered_map<std::string_view, const BuiltinRow *> *g_rows;
+
+static void rows_init() {
+  g_rows = new std::unordered_map<std::string_view, const BuiltinRow *>();
+  for (const BuiltinRow *table : {core_builtins, list_math_builtins, text_builtins, host_builtins,
+                                  unsupported_builtins})
+    for (const BuiltinRow *r = table; r->name; r++) g_rows->emplace(r->name, r);
+}
+
+fnptr builtin_lookup(const char *name, int nargs) {
+  if (!g_rows) rows_init();
+  auto it = g_rows->find(name);
+  if (it != g_rows->end()) {
+    const BuiltinRow *r = it->second;
+    bool fits = nargs >= r->min_args && (r->max_args < 0 || nargs <= r->max_args);
+    return fits ? r->fn : nullptr;
+  }
+  for (const char *const *p = unsupported_prefixes; *p; p++)
+    if (strncmp(name, *p, strlen(*p)) == 0) return builtin_nil;
+  return nullptr;
+}
+
+Val *call_builtin(const char *name, Val **args, int nargs, Env *) {
+  fnptr f = builtin_lookup(name, nargs);
+  return f ? f(args, nargs) : nullptr;
+}
+
+Val *builtin_nil(Val **, int) { return g_nil; }

@@ -1,0 +1,26 @@
+// Driver: start-up, running a source text, modules and the compile command.
+#pragma once
+#include "../runtime/runtime.h"
+
+extern char g_orvex_home[PATH_MAX_LEN + 1];
+extern Env *g_global_env;
+extern Val *g_argv_val;  // the run command's argument list, else null
+
+// Whole file as a NUL-terminated text the caller frees; null when it cannot
+// be opened or fully read.
+char *read_file(const char *path);
+// Directory part of path into out (size sz): cut at the last "/" (else the
+// last "\\"), "." when there is neither.
+void path_dirname(const char *path, char *out, size_t sz);
+// Parses and runs src_text in env with file_path as the current file.
+void run_source(const char *src_text, const char *file_path, Env *env);
+// Loads a module (once per resolved path) and binds its exports.
+void do_use(const char *path_arg, Env *env);
+void resolve_use_path(const char *current_dir, const char *mod_path, char *out, size_t sz);
+// Runs lib_root/backend/compile_pipeline.orv in the global scope.
+void do_prcom(const char *lib_root);
+void boot_env(Env *env);
+// Entry point of the interpreter proper (main runs it on a large stack).
+int orvex_main(int argc, char **argv);
+// Copies at most PATH_MAX_LEN bytes of src into a path buffer.
+void path_copy(char *dst, const char *src);

@@ -1,0 +1,121 @@
+// Module loading: resolve, run once in a scope of copied globals, cache the
+// exports by path and bind them.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "../eval/eval.h"
+#include "../frontend/frontend.h"
+#include "driver.h"
+
+struct ModEntry {
+  char *path;
+  Env *env;
+};
+static const int MOD_CACHE_MAX = 256;
+static ModEntry g_mod_cache[MOD_CACHE_MAX];
+static int g_mod_cache_len;
+
+// Paths whose top level is running now: a use of one of them is a cycle.
+static char **g_loading;
+static int g_loading_len;
+
+static Env *mod_cache_get(const char *path) {
+  for (int i = 0; i < g_mod_cache_len; i++)
+    if (strcmp(g_mod_cache[i].path, path) == 0) return g_mod_cache[i].env;
+  return nullptr;
+}
+
+static void mod_cache_put(const char *path, Env *env) {
+  if (g_mod_cache_len < MOD_CACHE_MAX) g_mod_cache[g_mod_cache_len++] = {xstrdup(path), env};
+}
+
+static void path_join(const char *a, const char *b, char *out, size_t sz) {
+  if (b[0] == '/' || b[0] == '\\') snprintf(out, sz, "%s", b);
+  else snprintf(out, sz, "%s/%s", a, b);
+}
+
+void resolve_use_path(const char *cur_dir, const char *mod_path, char *out, size_t sz) {
+  if (mod_path[0] == '.') snprintf(out, sz, "%s/%s", cur_dir, mod_path);
+  else if (strchr(mod_path, '/') || strchr(mod_path, '\\') || strstr(mod_path, ".orv"))
+    path_join(cur_dir, mod_path, out, sz);
+  else if (g_orvex_home[0]) snprintf(out, sz, "%s/lib/stdlib/%s.orv", g_orvex_home, mod_path);
+  else snprintf(out, sz, "lib/stdlib/%s.orv", mod_path);
+}
+
+static void bind_all(Env *from, Env *to) {
+  for (int i = 0; i < from->len; i++) env_bind(to, from->keys[i], from->vals[i]);
+}
+
+// Exports: every binding the module made, and every global it rebound to
+// another value record; untouched copies of globals stay behind.
+static Env *collect_exports(Env *mod_env) {
+  Env *exports = env_new(nullptr);
+  exports->captured = 1;
+  for (int i = 0; i < mod_env->len; i++) {
+    Val *global = env_get(g_global_env, mod_env->keys[i]);
+    if (global && global == mod_env->vals[i]) continue;
+    env_bind(exports, mod_env->keys[i], mod_env->vals[i]);
+  }
+  return exports;
+}
+
+// Marks a path as loading for the length of its run, also when an error
+// unwinds out of it (a later use after a caught error is no cycle).
+struct Loading {
+  explicit Loading(const char *path) {
+    for (int i = 0; i < g_loading_len; i++)
+      if (strcmp(g_loading[i], path) == 0) fatal("orvex-min: use: module cycle through %s", path);
+    g_loading = (char **)xrealloc(g_loading, sizeof(char *) * (size_t)(g_loading_len + 1));
+    g_loading[g_loading_len++] = xstrdup(path);
+  }
+  ~Loading() { free(g_loading[--g_loading_len]); }
+};
+
+static Env *run_module(const char *resolved, const char *text) {
+  Loading mark(resolved);
+
+  const char *old_src = g_src;
+  int old_pos = g_pos;
+  char old_file[PATH_MAX_LEN + 1];
+  memcpy(old_file, g_cur_file, sizeof old_file);
+  path_copy(g_cur_file, resolved);
+  g_src = text;
+  g_pos = 0;
+  Node *prog = parse_program_top();
+  Env *mod_env = env_new(nullptr);
+  mod_env->captured = 1;
+  bind_all(g_global_env, mod_env);
+  eval_node(prog, mod_env);
+  Env *exports = collect_exports(mod_env);
+  g_src = old_src;
+  g_pos = old_pos;
+  memcpy(g_cur_file, old_file, sizeof old_file);
+  return exports;
+}
+
+void do_use(const char *path_arg, Env *env) {
+  if (!path_arg) {
+    out_flush();
+    fputs("orvex-min: use: module path must be a plain string\n", stderr);
+    return;
+  }
+  char cur_dir[PATH_MAX_LEN + 1], resolved[PATH_MAX_LEN + 1];
+  path_dirname(g_cur_file, cur_dir, sizeof cur_dir);
+  resolve_use_path(cur_dir, path_arg, resolved, sizeof resolved);
+  if (Env *cached = mod_cache_get(resolved)) {
+    bind_all(cached, env);
+    return;
+  }
+  char *text = read_file(resolved);
+  if (!text) {
+    out_flush();
+    fprintf(stderr, "orvex-min: use: cannot open %s\n", resolved);
+    return;
+  }
+  Env *exports = run_module(resolved, text);
+  mod_cache_put(resolved, exports);
+  bind_all(exports, env);
+  if (exports->len) bind_all(exports, g_global_env);
+  free(text);
+}

@@ -1,0 +1,15 @@
+// Evaluator: walks the syntax tree in a scope and performs calls.
+#pragma once
+#include "../frontend/frontend.h"
+#include "../runtime/runtime.h"
+
+// The value of n in env; never null (a missing node is nil).
+Val *eval_node(Node *n, Env *env);
+Val *eval_call_node(Node *n, Env *env);
+// Calls a function value; fn must be of kind V_FN. args may be null when nargs is 0.
+Val *call_fn(Val *fn, Val **args, int nargs);
+// "a.b.c" for a chain of field accesses from a name, else null; caller frees.
+char *build_dotted(Node *n);
+
+// The current file, named by "undefined" messages and used to resolve `use`.
+extern char g_cur_file[PATH_MAX_LEN + 1];

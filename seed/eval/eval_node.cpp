@@ -1,0 +1,302 @@
+// Evaluation of nodes: operators, indexing, assignment, conditionals, loops.
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include "../builtins/builtins.h"
+#include "../driver/driver.h"
+#include "eval.h"
+
+char g_cur_file[PATH_MAX_LEN + 1];
+
+[[noreturn]] static void undefined_name(const char *id) {
+  fatal("orvex-min: undefined: %s (in %s)", id, g_cur_file[0] ? g_cur_file : "?");
+}
+
+static Val *eval_id(Node *n, Env *env) {
+  Val *v = env_get(env, n->id);
+  if (v) return v;
+  if (n->id[0] == '_' && n->id[1] == '_') return g_nil;
+  undefined_name(n->id);
+}
+
+// Arithmetic works on unboxed doubles: an operand that is a number literal
+// or an arithmetic node yields its number through *x and returns null, so
+// intermediate results never become records. Any other operand returns its
+// value. Only a result that is kept (bound, stored, passed) gets a record.
+static Val *eval_bin(Node *n, Env *env, double *x);
+
+static inline Val *eval_operand(Node *n, Env *env, double *x) {
+  if (n) {
+    if (n->type == N_NUM) {
+      *x = n->num;
+      return nullptr;
+    }
+    if (n->type == N_BIN) return eval_bin(n, env, x);
+  }
+  return eval_node(n, env);
+}
+
+// The number an operand counts as in arithmetic: non-numbers are 0.
+static inline double as_num(Val *v, double x) {
+  if (!v) return x;
+  return v->type == V_NUM ? v->n : 0;
+}
+
+static bool operand_truthy(Node *n, Env *env) {
+  double x;
+  Val *v = eval_operand(n, env, &x);
+  return v ? val_truthy(v) != 0 : x != 0;
+}
+
+static void render_operand(StrBuf *b, Val *v, double x) {
+  if (v) render_into(b, v);
+  else render_num(b, x);
+}
+
+static Val *concat_text(Val *a, double x, Val *b, double y) {
+  StrBuf sb;
+  sb_init(&sb);
+  render_operand(&sb, a, x);
+  render_operand(&sb, b, y);
+  int len = (int)sb.len;
+  return val_str_own(sb_take(&sb), len);
+}
+
+static Val *concat_lists(Val *a, Val *b) {
+  Val *r = val_lst();
+  for (int i = 0; i < a->lst->len; i++) lst_push(r, a->lst->items[i]);
+  for (int i = 0; i < b->lst->len; i++) lst_push(r, b->lst->items[i]);
+  return r;
+}
+
+static bool operands_equal(Val *a, double x, Val *b, double y) {
+  if (!a && !b) return x == y;
+  if (!a) return b->type == V_NUM && x == b->n;
+  if (!b) return a->type == V_NUM && a->n == y;
+  return val_equal(a, b) != 0;
+}
+
+static Val *eval_bin(Node *n, Env *env, double *out) {
+  char op = n->bin.op;
+  if (op == '|') {
+    if (operand_truthy(n->bin.left, env)) return g_true;
+    return val_bool(operand_truthy(n->bin.right, env));
+  }
+  if (op == '&') {
+    if (!operand_truthy(n->bin.left, env)) return g_false;
+    return val_bool(operand_truthy(n->bin.right, env));
+  }
+  double x = 0, y = 0;
+  Val *a = eval_operand(n->bin.left, env, &x);
+  Val *b = eval_operand(n->bin.right, env, &y);
+  switch (op) {
+    case '+':
+      if (a && a->type == V_STR) return concat_text(a, x, b, y);
+      if (a && b && a->type == V_LST && b->type == V_LST) return concat_lists(a, b);
+      if (b && b->type == V_STR) return concat_text(a, x, b, y);
+      *out = as_num(a, x) + as_num(b, y);
+      return nullptr;
+    case '-': *out = as_num(a, x) - as_num(b, y); return nullptr;
+    case '*': *out = as_num(a, x) * as_num(b, y); return nullptr;
+    case '/': {
+      double d = as_num(b, y);
+      if (d == 0) orvex_throw("division by zero");
+      *out = as_num(a, x) / d;
+      return nullptr;
+    }
+    case '%': *out = fmod(as_num(a, x), as_num(b, y)); return nullptr;
+    case '<': return val_bool(as_num(a, x) < as_num(b, y));
+    case '>': return val_bool(as_num(a, x) > as_num(b, y));
+    case 'l': return val_bool(as_num(a, x) <= as_num(b, y));
+    case 'g': return val_bool(as_num(a, x) >= as_num(b, y));
+    case '=': return val_bool(operands_equal(a, x, b, y));
+    case '!': return val_bool(!operands_equal(a, x, b, y));
+    default: return g_nil;
+  }
+}
+
+static Val *index_value(Val *obj, Val *idx) {
+  if (obj->type == V_OBJ) return idx->type == V_STR ? obj_get(obj, idx->s) : g_nil;
+  if (idx->type != V_NUM || (obj->type != V_STR && obj->type != V_LST)) return g_nil;
+  int64_t i = num_to_i32(idx->n);
+  int64_t len = obj->type == V_STR ? obj->len : obj->lst->len;
+  if (i < 0) i += len;
+  if (i < 0 || i >= len) return g_nil;
+  if (obj->type == V_LST) return obj->lst->items[i];
+  return val_str_n(obj->s + i, obj->s[i] ? 1 : 0);
+}
+
+static Val *eval_dot_assign(Node *n, Env *env) {
+  Node *on = n->dot_assign.obj;
+  Val *target;
+  if (on && on->type == N_ID) {
+    target = env_get(env, on->id);
+    // Assigning a field of an unbound (or nil) name makes the object.
+    if (!target || target == g_nil) {
+      target = val_obj();
+      env_set(env, on->id, target);
+    }
+  } else {
+    target = eval_node(on, env);
+  }
+  Val *v = eval_node(n->dot_assign.val, env);
+  if (target->type == V_OBJ) obj_set(target, n->dot_assign.field, v);
+  return v;
+}
+
+// Negative indexes are not counted from the end here, and a list never grows.
+static Val *eval_idx_assign(Node *n, Env *env) {
+  Val *target = eval_node(n->idx_assign.obj, env);
+  Val *idx = eval_node(n->idx_assign.idx, env);
+  Val *v = eval_node(n->idx_assign.val, env);
+  if (target->type == V_OBJ && idx->type == V_STR) {
+    obj_set(target, idx->s, v);
+  } else if (target->type == V_LST && idx->type == V_NUM) {
+    int32_t i = num_to_i32(idx->n);
+    if (i >= 0 && i < target->lst->len) target->lst->items[i] = v;
+  }
+  return v;
+}
+
+static inline bool is_marker(Val *v) { return v == g_brk_sentinel || v == g_cnt_sentinel || is_ret(v); }
+
+// Loop bodies: brk ends the loop with nil, cnt goes on (leaving nil as the
+// result), a return marker leaves the loop as its value.
+enum LoopStep { STEP_ON, STEP_BREAK, STEP_RETURN };
+
+static inline LoopStep loop_body(Node *body, Env *env, Val **result) {
+  Val *r = eval_node(body, env);
+  if (r == g_brk_sentinel) {
+    *result = g_nil;
+    return STEP_BREAK;
+  }
+  if (r == g_cnt_sentinel) {
+    *result = g_nil;
+    return STEP_ON;
+  }
+  *result = r;
+  return is_ret(r) ? STEP_RETURN : STEP_ON;
+}
+
+static Val *eval_while(Node *n, Env *env) {
+  Val *result = g_nil;
+  while (operand_truthy(n->whl.cond, env))
+    if (loop_body(n->whl.body, env, &result) != STEP_ON) break;
+  return result;
+}
+
+// The length is read again before every element: the body may append.
+static Val *eval_for(Node *n, Env *env) {
+  Val *xs = eval_node(n->forin.iter, env);
+  Val *result = g_nil;
+  if (xs->type != V_LST) return g_nil;
+  for (int i = 0; i < xs->lst->len; i++) {
+    env_set(env, n->forin.var, xs->lst->items[i]);
+    if (loop_body(n->forin.body, env, &result) != STEP_ON) break;
+  }
+  return result;
+}
+
+static Val *eval_fn_literal(Node *n, Env *env) {
+  Val *v = (Val *)xarena(sizeof(Val));
+  v->type = V_FN;
+  v->len = 0;
+  Fn *f = (Fn *)xarena(sizeof(Fn));
+  f->params = n->fn.params;
+  f->nparams = n->fn.nparams;
+  f->body = n->fn.body;
+  f->closure = env;
+  f->native = nullptr;
+  v->fn = f;
+  env->captured = 1;
+  return v;
+}
+
+static Val *eval_list_literal(Node *n, Env *env) {
+  Val *v = val_lst();
+  for (int i = 0; i < n->lst.n; i++) lst_push(v, eval_node(n->lst.items[i], env));
+  return v;
+}
+
+static Val *eval_obj_literal(Node *n, Env *env) {
+  Val *v = val_obj();
+  for (int i = 0; i < n->obj.n; i++) obj_set(v, n->obj.keys[i], eval_node(n->obj.vals[i], env));
+  return v;
+}
+
+// The chosen branch of an if and the last statement of a block replace the
+// node in this same loop, so tail positions add no native stack depth.
+Val *eval_node(Node *n, Env *env) {
+  check_stack();
+  for (;;) {
+    if (!n) return g_nil;
+    switch (n->type) {
+      case N_NUM: return val_num(n->num);
+      case N_STR: return val_str(n->str);
+      case N_BOOL: return val_bool(n->b);
+      case N_NIL: return g_nil;
+      case N_ID: return eval_id(n, env);
+      case N_LST: return eval_list_literal(n, env);
+      case N_OBJ: return eval_obj_literal(n, env);
+      case N_BIN: {
+        double x;
+        Val *v = eval_bin(n, env, &x);
+        return v ? v : val_num(x);
+      }
+      case N_UNARY: {
+        Val *v = eval_node(n->unary.operand, env);
+        if (n->unary.op == '!') return val_bool(!val_truthy(v));
+        if (n->unary.op == '-') return val_num(v->type == V_NUM ? -v->n : -0.0);
+        return v;
+      }
+      case N_CALL: return eval_call_node(n, env);
+      case N_IF: {
+        Node *next = nullptr;
+        if (operand_truthy(n->iff.cond, env)) {
+          next = n->iff.then;
+        } else {
+          int i = 0;
+          for (; i < n->iff.nelif; i++)
+            if (operand_truthy(n->iff.elifs[i], env)) break;
+          next = i < n->iff.nelif ? n->iff.elif_body[i] : n->iff.els;
+        }
+        n = next;
+        continue;
+      }
+      case N_WHILE: return eval_while(n, env);
+      case N_FOR: return eval_for(n, env);
+      case N_ASSIGN: {
+        Val *v = eval_node(n->assign.val, env);
+        env_set(env, n->assign.name, v);
+        return v;
+      }
+      case N_DOT_ASSIGN: return eval_dot_assign(n, env);
+      case N_IDX_ASSIGN: return eval_idx_assign(n, env);
+      case N_FN: return eval_fn_literal(n, env);
+      case N_BLOCK: {
+        int last = n->block.n - 1;
+        if (last < 0) return g_nil;
+        for (int i = 0; i < last; i++) {
+          Val *v = eval_node(n->block.stmts[i], env);
+          if (is_marker(v)) return v;
+        }
+        n = n->block.stmts[last];
+        continue;
+      }
+      case N_IDX: {
+        Val *obj = eval_node(n->idx.obj, env);
+        return index_value(obj, eval_node(n->idx.idx, env));
+      }
+      case N_DOT: {
+        Val *obj = eval_node(n->dot.obj, env);
+        return obj->type == V_OBJ ? obj_get(obj, n->dot.field) : g_nil;
+      }
+      case N_USE: do_use(n->use.path, env); return g_nil;
+      case N_BRK: return g_brk_sentinel;
+      case N_CNT: return g_cnt_sentinel;
+      case N_RET: return make_ret(eval_node(n->ret.ex, env));
+      default: return g_nil;
+    }
+  }
+}

@@ -1,0 +1,90 @@
+// List, object and function literals.
+#include <cstring>
+
+#include "../runtime/runtime.h"
+#include "frontend.h"
+
+#define PUSH(arr, n, item) arr_push((void ***)&(arr), (n), (item))
+
+// list -> [ { EXPR [,] } ]
+Node *parse_list() {
+  eat('[');
+  Node *n = node_new(N_LST);
+  skip_ws_nl();
+  while (g_src[g_pos] && g_src[g_pos] != ']') {
+    Node *item = parse_expr();
+    if (!item) break;
+    PUSH(n->lst.items, n->lst.n, item);
+    n->lst.n++;
+    skip_ws_nl();
+    eat(',');
+    skip_ws_nl();
+  }
+  eat(']');
+  return n;
+}
+
+// Object keys stop at 255 bytes; the rest of a longer key stays in the text.
+static const int KEY_MAX = 255;
+
+// KEY -> "TEXT" (no escapes) | NAME-CHARS
+static char *read_key() {
+  char buf[KEY_MAX + 1];
+  int k = 0;
+  if (g_src[g_pos] == '"') {
+    g_pos++;
+    while (g_src[g_pos] && g_src[g_pos] != '"' && k < KEY_MAX) buf[k++] = g_src[g_pos++];
+    if (g_src[g_pos] == '"') g_pos++;
+  } else {
+    while (is_name_char((unsigned char)g_src[g_pos]) && k < KEY_MAX) buf[k++] = g_src[g_pos++];
+  }
+  buf[k] = 0;
+  return k ? xstrdup(buf) : nullptr;
+}
+
+// object -> { { KEY [:] [EXPR] [,] } }
+Node *parse_object() {
+  eat('{');
+  Node *n = node_new(N_OBJ);
+  skip_ws_nl();
+  while (g_src[g_pos] && g_src[g_pos] != '}') {
+    skip_ws();
+    char *key = read_key();
+    if (!key) break;
+    skip_ws();
+    eat(':');
+    Node *val = parse_expr();
+    PUSH(n->obj.keys, n->obj.n, key);
+    PUSH(n->obj.vals, n->obj.n, val);
+    n->obj.n++;
+    skip_ws_nl();
+    eat(',');
+    skip_ws_nl();
+  }
+  eat('}');
+  return n;
+}
+
+// lambda -> \ [( { PARAM [,] } )] [: | =>] [EXPR]
+Node *parse_lambda() {
+  eat('\\');
+  Node *n = node_new(N_FN);
+  if (eat('(')) {
+    for (;;) {
+      int c = peek();
+      if (c == 0 || c == ')') break;
+      skip_ws();
+      const char *p = read_name();
+      if (!*p) break;
+      PUSH(n->fn.params, n->fn.nparams, (void *)p);
+      n->fn.nparams++;
+      eat(',');
+    }
+    eat(')');
+  }
+  skip_ws();
+  if (g_src[g_pos] == ':') g_pos++;
+  else if (g_src[g_pos] == '=' && g_src[g_pos + 1] == '>') g_pos += 2;
+  n->fn.body = parse_expr();
+  return n;
+}

@@ -1,0 +1,141 @@
+// Operands: prefix operators, primary forms, numbers and postfix chains.
+#include <cstdlib>
+#include <cstring>
+
+#include "../runtime/runtime.h"
+#include "frontend.h"
+
+#define PUSH(arr, n, item) arr_push((void ***)&(arr), (n), (item))
+
+static bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+// NUMBER -> DIGITS [. DIGITS*] [(e|E) [+|-] DIGITS*]
+// No hex: "0x1F" is 0 followed by x1F. Only the first 63 characters are
+// converted; the cursor still passes the whole literal.
+static Node *parse_number() {
+  int start = g_pos;
+  if (!is_digit(g_src[g_pos])) return nullptr;
+  while (is_digit(g_src[g_pos])) g_pos++;
+  if (g_src[g_pos] == '.') {
+    g_pos++;
+    while (is_digit(g_src[g_pos])) g_pos++;
+  }
+  if (g_src[g_pos] == 'e' || g_src[g_pos] == 'E') {
+    g_pos++;
+    if (g_src[g_pos] == '+' || g_src[g_pos] == '-') g_pos++;
+    while (is_digit(g_src[g_pos])) g_pos++;
+  }
+  char buf[64];
+  int k = g_pos - start;
+  if (k > 63) k = 63;
+  memcpy(buf, g_src + start, (size_t)k);
+  buf[k] = 0;
+  Node *n = node_new(N_NUM);
+  n->num = strtod(buf, nullptr);
+  return n;
+}
+
+static Node *parse_atom() {
+  skip_ws();
+  char c = g_src[g_pos];
+  if (c == '\\') return parse_lambda();
+  if (c == '$' && g_src[g_pos + 1] == '"') return parse_string();
+  if (is_digit(c)) return parse_number();
+  if (c == '"') return parse_string();
+  if (c == '(') {
+    g_pos++;
+    Node *n = parse_expr();
+    eat(')');
+    return n;
+  }
+  if (c == '[') return parse_list();
+  if (c == '{') return parse_object();
+  if (keyword_at(g_pos, "tru") || keyword_at(g_pos, "fls")) {
+    Node *n = node_new(N_BOOL);
+    n->b = c == 't';
+    g_pos += 3;
+    return n;
+  }
+  if (keyword_at(g_pos, "nil")) {
+    g_pos += 3;
+    return node_new(N_NIL);
+  }
+  if (keyword_at(g_pos, "if")) return parse_if();
+  if (is_name_start((unsigned char)c)) {
+    Node *n = node_new(N_ID);
+    n->id = read_name();
+    return n;
+  }
+  return nullptr;
+}
+
+// postfix -> { .NAME | [EXPR] | (ARGS) } on the operand's own line
+static Node *parse_postfix(Node *left) {
+  for (;;) {
+    skip_ws();
+    char c = g_src[g_pos];
+    if (c == '.' && is_name_start((unsigned char)g_src[g_pos + 1])) {
+      g_pos++;
+      Node *n = node_new(N_DOT);
+      n->dot.obj = left;
+      n->dot.field = read_name();
+      left = n;
+    } else if (c == '[') {
+      g_pos++;
+      Node *n = node_new(N_IDX);
+      n->idx.obj = left;
+      n->idx.idx = parse_expr();
+      eat(']');
+      left = n;
+    } else if (c == '(') {
+      g_pos++;
+      Node *n = node_new(N_CALL);
+      if (left->type == N_ID) n->call.name = left->id;
+      else n->call.callee = left;
+      skip_ws_nl();
+      while (g_src[g_pos] && g_src[g_pos] != ')') {
+        Node *arg = parse_expr();
+        if (!arg) break;
+        PUSH(n->call.args, n->call.n, arg);
+        n->call.n++;
+        skip_ws_nl();
+        eat(',');
+        skip_ws_nl();
+      }
+      eat(')');
+      left = n;
+    } else {
+      return left;
+    }
+  }
+}
+
+// unary -> ! unary | - unary | atom postfix
+// "-" before a number literal folds into it: -5, - 5 and -(5) are one N_NUM.
+Node *parse_unary() {
+  check_stack();
+  skip_ws();
+  char c = g_src[g_pos], d = g_src[g_pos + 1];
+  if (c == '!' && d != '=') {
+    g_pos++;
+    Node *n = node_new(N_UNARY);
+    n->unary.op = '!';
+    n->unary.operand = parse_unary();
+    return n;
+  }
+  if (c == '-' && d != '=' && d != '-') {
+    g_pos++;
+    Node *inner = parse_unary();
+    if (inner && inner->type == N_NUM) {
+      inner->num = -inner->num;
+      return inner;
+    }
+    Node *n = node_new(N_BIN);
+    n->bin.op = '-';
+    n->bin.left = node_new(N_NUM);
+    n->bin.right = inner;
+    return n;
+  }
+  Node *n = parse_atom();
+  return n ? parse_postfix(n) : nullptr;
+}

@@ -1,0 +1,97 @@
+// Allocation helpers, the record arena and the table of interned names.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "runtime.h"
+
+[[noreturn]] static void out_of_memory() {
+  out_flush();
+  fputs("out of memory\n", stderr);
+  exit(1);
+}
+
+void *xmalloc(size_t n) {
+  void *p = malloc(n ? n : 1);
+  if (!p) out_of_memory();
+  return p;
+}
+
+void *xrealloc(void *p, size_t n) {
+  void *q = realloc(p, n ? n : 1);
+  if (!q) out_of_memory();
+  return q;
+}
+
+char *xstrndup(const char *s, size_t n) {
+  char *p = (char *)xmalloc(n + 1);
+  memcpy(p, s, n);
+  p[n] = 0;
+  return p;
+}
+
+char *xstrdup(const char *s) { return xstrndup(s, strlen(s)); }
+
+// Records are never freed, so a bump pointer over 1 MiB chunks serves them.
+static char *g_arena_ptr, *g_arena_end;
+
+void *xarena(size_t n) {
+  n = (n + 15) & ~(size_t)15;
+  if ((size_t)(g_arena_end - g_arena_ptr) < n) {
+    size_t chunk = n > (1u << 20) ? n : (1u << 20);
+    g_arena_ptr = (char *)xmalloc(chunk);
+    g_arena_end = g_arena_ptr + chunk;
+  }
+  void *p = g_arena_ptr;
+  g_arena_ptr += n;
+  return p;
+}
+
+// Interned names: open addressing over (hash, text) with linear probing.
+struct InternSlot {
+  uint32_t hash;
+  uint32_t len;
+  const char *s;
+};
+static InternSlot *g_names;
+static size_t g_names_cap, g_names_len;
+
+static uint32_t hash_bytes(const char *s, size_t len) {
+  uint32_t h = 2166136261u;
+  for (size_t i = 0; i < len; i++) h = (h ^ (unsigned char)s[i]) * 16777619u;
+  return h;
+}
+
+static void intern_grow() {
+  size_t ncap = g_names_cap ? g_names_cap * 2 : 1024;
+  InternSlot *ns = (InternSlot *)xmalloc(ncap * sizeof(InternSlot));
+  memset(ns, 0, ncap * sizeof(InternSlot));
+  for (size_t i = 0; i < g_names_cap; i++) {
+    if (!g_names[i].s) continue;
+    size_t j = g_names[i].hash & (ncap - 1);
+    while (ns[j].s) j = (j + 1) & (ncap - 1);
+    ns[j] = g_names[i];
+  }
+  free(g_names);
+  g_names = ns;
+  g_names_cap = ncap;
+}
+
+const char *intern(const char *s, size_t len) {
+  if ((g_names_len + 1) * 2 > g_names_cap) intern_grow();
+  uint32_t h = hash_bytes(s, len);
+  size_t j = h & (g_names_cap - 1);
+  while (g_names[j].s) {
+    if (g_names[j].hash == h && g_names[j].len == len && memcmp(g_names[j].s, s, len) == 0)
+      return g_names[j].s;
+    j = (j + 1) & (g_names_cap - 1);
+  }
+  char *copy = (char *)xarena(len + 1);
+  memcpy(copy, s, len);
+  copy[len] = 0;
+  g_names[j] = {h, (uint32_t)len, copy};
+  g_names_len++;
+  return copy;
+}
+
+const char *intern(const char *s) { return intern(s, strlen(s)); }

@@ -1,0 +1,40 @@
+// Catchable errors and the brk, cnt and ret markers.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "runtime.h"
+
+Val g_brk_rec = {V_STR, 0, {0}};
+Val g_cnt_rec = {V_STR, 0, {0}};
+int g_try_depth;
+char *g_stack_limit;
+
+void markers_init() {
+  g_brk_rec.s = xstrdup("__brk__");
+  g_brk_rec.len = 7;
+  g_cnt_rec.s = xstrdup("__cnt__");
+  g_cnt_rec.len = 7;
+}
+
+void orvex_throw(const char *msg) {
+  if (g_try_depth > 0) throw OrvexError{strdup(msg)};
+  out_flush();
+  fprintf(stderr, "error: %s\n", msg);
+  orvex_exit(1);
+}
+
+Val *make_ret(Val *v) {
+  Val *r = val_lst_cap(4);
+  lst_push(r, val_str_n("__ret__", 7));
+  lst_push(r, v);
+  return r;
+}
+
+int is_ret(Val *v) {
+  if (!v || v->type != V_LST || v->lst->len != 2) return 0;
+  Val *tag = v->lst->items[0];
+  return tag->type == V_STR && strcmp(tag->s, "__ret__") == 0;
+}
+
+Val *ret_val(Val *v) { return v->lst->items[1]; }

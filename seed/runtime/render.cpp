@@ -1,0 +1,118 @@
+// Text rendering of values: the one form that prn, str, "+" and err share.
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "runtime.h"
+
+void sb_init(StrBuf *b) {
+  b->p = nullptr;
+  b->len = b->cap = 0;
+}
+
+static void sb_reserve(StrBuf *b, size_t extra) {
+  if (b->len + extra + 1 <= b->cap) return;
+  size_t ncap = b->cap ? b->cap : 64;
+  while (ncap < b->len + extra + 1) ncap *= 2;
+  b->p = (char *)xrealloc(b->p, ncap);
+  b->cap = ncap;
+}
+
+void sb_add(StrBuf *b, const char *s, size_t n) {
+  sb_reserve(b, n);
+  memcpy(b->p + b->len, s, n);
+  b->len += n;
+}
+
+void sb_addc(StrBuf *b, char c) {
+  sb_reserve(b, 1);
+  b->p[b->len++] = c;
+}
+
+char *sb_take(StrBuf *b) {
+  sb_reserve(b, 0);
+  b->p[b->len] = 0;
+  char *p = b->p;
+  sb_init(b);
+  return p;
+}
+
+void render_num(StrBuf *b, double n) {
+  char buf[64];
+  int k;
+  if (std::fabs(n) < 1e15 && n == (double)(long long)n)
+    k = snprintf(buf, sizeof buf, "%lld", (long long)n);
+  else
+    k = snprintf(buf, sizeof buf, "%g", n);
+  sb_add(b, buf, (size_t)k);
+}
+
+// A list or object that contains itself renders the inner occurrence as
+// "[...]" or "{...}": the values being rendered sit on this stack.
+static Val **g_open;
+static int g_open_len, g_open_cap;
+
+static bool render_open(Val *v) {
+  for (int i = 0; i < g_open_len; i++)
+    if (g_open[i] == v) return false;
+  if (g_open_len == g_open_cap) {
+    g_open_cap = g_open_cap ? g_open_cap * 2 : 16;
+    g_open = (Val **)xrealloc(g_open, sizeof(Val *) * (size_t)g_open_cap);
+  }
+  g_open[g_open_len++] = v;
+  return true;
+}
+
+void render_into(StrBuf *b, Val *v) {
+  check_stack();
+  if (!v) {
+    sb_add(b, "nil", 3);
+    return;
+  }
+  switch (v->type) {
+    case V_NIL: sb_add(b, "nil", 3); return;
+    case V_BOOL: sb_add(b, v->b ? "tru" : "fls", 3); return;
+    case V_NUM: render_num(b, v->n); return;
+    case V_STR: sb_add(b, v->s, strlen(v->s)); return;
+    case V_FN: sb_add(b, "<fn>", 4); return;
+    case V_LST: {
+      if (!render_open(v)) {
+        sb_add(b, "[...]", 5);
+        return;
+      }
+      sb_addc(b, '[');
+      for (int i = 0; i < v->lst->len; i++) {
+        if (i) sb_add(b, ", ", 2);
+        render_into(b, v->lst->items[i]);
+      }
+      sb_addc(b, ']');
+      g_open_len--;
+      return;
+    }
+    case V_OBJ: {
+      if (!render_open(v)) {
+        sb_add(b, "{...}", 5);
+        return;
+      }
+      sb_addc(b, '{');
+      for (int i = 0; i < v->obj->len; i++) {
+        if (i) sb_add(b, ", ", 2);
+        sb_add(b, v->obj->keys[i], strlen(v->obj->keys[i]));
+        sb_add(b, ": ", 2);
+        render_into(b, v->obj->vals[i]);
+      }
+      sb_addc(b, '}');
+      g_open_len--;
+      return;
+    }
+    default: sb_addc(b, '?'); return;
+  }
+}
+
+char *val_to_str(Val *v) {
+  StrBuf b;
+  sb_init(&b);
+  render_into(&b, v);
+  return sb_take(&b);
+}

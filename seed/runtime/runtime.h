@@ -1,0 +1,155 @@
+// Runtime values: the value record, scopes, allocation, rendering, errors and markers.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+struct Node;
+struct Env;
+struct Val;
+
+// ---- allocation -------------------------------------------------------------
+// Every allocation of the interpreter goes through these; failure prints
+// "out of memory" and exits 1, so no caller checks for null.
+void *xmalloc(size_t n);
+void *xrealloc(void *p, size_t n);
+char *xstrdup(const char *s);
+char *xstrndup(const char *s, size_t n);
+// Fixed-size records (values, nodes, scopes) that live until exit: bump arena.
+void *xarena(size_t n);
+
+// Canonical copy of a name: equal names give the same pointer, so scopes can
+// compare names by identity. The result lives until exit.
+const char *intern(const char *s, size_t len);
+const char *intern(const char *s);
+
+// ---- values -----------------------------------------------------------------
+enum VType : uint32_t { V_NIL = 0, V_BOOL, V_NUM, V_STR, V_LST, V_OBJ, V_FN };
+
+typedef Val *(*fnptr)(Val **args, int nargs);
+
+struct Lst {
+  Val **items;  // null until the first element
+  int len, cap;
+};
+
+struct Obj {
+  char **keys;  // private copies, in insertion order
+  Val **vals;
+  int len, cap;
+  int *index;   // open-addressed slots holding position + 1, once the object is large
+  int index_cap;
+};
+
+struct Fn {
+  const char **params;  // shared with the N_FN node
+  int nparams;
+  Node *body;
+  Env *closure;
+  fnptr native;
+};
+
+// 16 bytes: kind, the text length, and one word of payload. Lists, objects
+// and functions keep their bodies behind a pointer so numbers stay small.
+struct Val {
+  VType type;
+  int len;  // V_STR: bytes before the terminating NUL, as stored at construction
+  union {
+    int b;
+    double n;
+    char *s;
+    Lst *lst;
+    Obj *obj;
+    Fn *fn;
+  };
+};
+static_assert(sizeof(Val) == 16, "Val must stay 16 bytes");
+
+extern Val g_nil_rec, g_true_rec, g_false_rec, g_brk_rec, g_cnt_rec;
+#define g_nil (&g_nil_rec)
+#define g_true (&g_true_rec)
+#define g_false (&g_false_rec)
+#define g_brk_sentinel (&g_brk_rec)
+#define g_cnt_sentinel (&g_cnt_rec)
+
+Val *val_bool(int b);
+Val *val_num(double n);
+Val *val_str_n(const char *s, int len);
+Val *val_str(const char *s);
+Val *val_str_own(char *s, int len);  // takes an xmalloc'd buffer of len + 1 bytes
+Val *val_lst();
+Val *val_lst_cap(int cap);
+Val *val_obj();
+void lst_push(Val *lst, Val *item);
+Val *obj_get(Val *obj, const char *key);
+void obj_set(Val *obj, const char *key, Val *val);
+int val_truthy(Val *v);
+int val_equal(Val *a, Val *b);
+
+// Numbers to integers: truncation toward zero, saturating, NaN giving 0.
+int32_t num_to_i32(double d);
+int64_t num_to_i64(double d);
+
+// ---- rendering ----------------------------------------------------------------
+// Growable byte buffer for building texts.
+struct StrBuf {
+  char *p;
+  size_t len, cap;
+};
+void sb_init(StrBuf *b);
+void sb_add(StrBuf *b, const char *s, size_t n);
+void sb_addc(StrBuf *b, char c);
+char *sb_take(StrBuf *b);  // NUL-terminated, caller frees
+void render_num(StrBuf *b, double n);
+void render_into(StrBuf *b, Val *v);
+char *val_to_str(Val *v);  // fresh text, caller frees
+
+// ---- output -------------------------------------------------------------------
+// Standard output goes through one large buffer; out_flush before any exit.
+void out_write(const char *s, size_t n);
+void out_flush();
+// Flushes standard output, then ends the process.
+[[noreturn]] void orvex_exit(int status);
+// Writes one formatted line to standard error and exits 1 (never caught).
+[[noreturn]] void fatal(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
+
+// ---- scopes -----------------------------------------------------------------
+// Keys are interned names: compared by identity.
+struct Env {
+  Env *parent;
+  const char **keys;
+  Val **vals;
+  int len, cap;
+  int captured;  // a function literal closed over this scope
+  int *index;    // hash slots (position + 1) once the scope is large
+  int index_cap;
+};
+Env *env_new(Env *parent);
+Val *env_get(Env *e, const char *sym);
+void env_set_local(Env *e, const char *sym, Val *val);
+void env_set(Env *e, const char *sym, Val *val);
+void env_bind(Env *e, const char *sym, Val *val);
+// Returns a call scope to the pool when nothing closed over it.
+void env_release(Env *e);
+
+// ---- errors and markers -------------------------------------------------------
+// The one exception type: only the try builtin catches it.
+struct OrvexError {
+  char *msg;  // malloc'd copy, or null when the copy failed
+};
+extern int g_try_depth;
+[[noreturn]] void orvex_throw(const char *msg);
+Val *make_ret(Val *v);
+int is_ret(Val *v);
+Val *ret_val(Val *v);
+void markers_init();
+
+// Lowest address the native stack may reach: deeper recursion (in programs,
+// source nesting or rendering) stops with a message instead of faulting.
+extern char *g_stack_limit;
+inline void check_stack() {
+  char probe;
+  if (__builtin_expect(&probe < g_stack_limit, 0)) fatal("orvex-min: recursion too deep (native stack exhausted)");
+}
+
+// ---- limits -------------------------------------------------------------------
+constexpr int PATH_MAX_LEN = 4095;  // paths are cut to this many bytes

@@ -1,0 +1,172 @@
+// Value constructors, list and object operations, truth and equality.
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "runtime.h"
+
+Val g_nil_rec = {V_NIL, 0, {0}};
+Val g_true_rec = {V_BOOL, 0, {1}};
+Val g_false_rec = {V_BOOL, 0, {0}};
+
+static Val *val_new(VType t) {
+  Val *v = (Val *)xarena(sizeof(Val));
+  v->type = t;
+  v->len = 0;
+  return v;
+}
+
+Val *val_bool(int b) { return b ? g_true : g_false; }
+
+Val *val_num(double n) {
+  Val *v = val_new(V_NUM);
+  v->n = n;
+  return v;
+}
+
+Val *val_str_own(char *s, int len) {
+  Val *v = val_new(V_STR);
+  v->s = s;
+  v->len = len;
+  return v;
+}
+
+Val *val_str_n(const char *s, int len) { return val_str_own(xstrndup(s, (size_t)len), len); }
+
+Val *val_str(const char *s) { return val_str_n(s, (int)strlen(s)); }
+
+Val *val_lst_cap(int cap) {
+  Val *v = val_new(V_LST);
+  Lst *l = (Lst *)xarena(sizeof(Lst));
+  l->items = cap ? (Val **)xmalloc(sizeof(Val *) * (size_t)cap) : nullptr;
+  l->len = 0;
+  l->cap = cap;
+  v->lst = l;
+  return v;
+}
+
+Val *val_lst() { return val_lst_cap(0); }
+
+Val *val_obj() {
+  Val *v = val_new(V_OBJ);
+  Obj *o = (Obj *)xarena(sizeof(Obj));
+  memset(o, 0, sizeof *o);
+  v->obj = o;
+  return v;
+}
+
+void lst_push(Val *lst, Val *item) {
+  Lst *l = lst->lst;
+  if (l->len == l->cap) {
+    if (l->cap > INT32_MAX / 2) fatal("orvex-min: list too long");
+    l->cap = l->cap ? l->cap * 2 : 4;
+    l->items = (Val **)xrealloc(l->items, sizeof(Val *) * (size_t)l->cap);
+  }
+  l->items[l->len++] = item;
+}
+
+// Objects search their keys linearly while small; past OBJ_INDEX_MIN keys a
+// hash index over the same arrays keeps lookups constant-time. Key order is
+// always the order of the arrays.
+static const int OBJ_INDEX_MIN = 16;
+
+static uint32_t key_hash(const char *s) {
+  uint32_t h = 2166136261u;
+  for (; *s; s++) h = (h ^ (unsigned char)*s) * 16777619u;
+  return h;
+}
+
+static void obj_index_put(Obj *o, int pos) {
+  uint32_t mask = (uint32_t)o->index_cap - 1;
+  uint32_t j = key_hash(o->keys[pos]) & mask;
+  while (o->index[j]) j = (j + 1) & mask;
+  o->index[j] = pos + 1;
+}
+
+static void obj_index_rebuild(Obj *o) {
+  free(o->index);
+  o->index_cap = 64;
+  while (o->index_cap < o->cap * 2) o->index_cap *= 2;
+  o->index = (int *)xmalloc(sizeof(int) * (size_t)o->index_cap);
+  memset(o->index, 0, sizeof(int) * (size_t)o->index_cap);
+  for (int i = 0; i < o->len; i++) obj_index_put(o, i);
+}
+
+static int obj_find(Obj *o, const char *key) {
+  if (o->index) {
+    uint32_t mask = (uint32_t)o->index_cap - 1;
+    for (uint32_t j = key_hash(key) & mask; o->index[j]; j = (j + 1) & mask) {
+      int pos = o->index[j] - 1;
+      if (strcmp(o->keys[pos], key) == 0) return pos;
+    }
+    return -1;
+  }
+  for (int i = 0; i < o->len; i++)
+    if (o->keys[i] == key || strcmp(o->keys[i], key) == 0) return i;
+  return -1;
+}
+
+Val *obj_get(Val *obj, const char *key) {
+  int i = obj_find(obj->obj, key);
+  return i < 0 ? g_nil : obj->obj->vals[i];
+}
+
+void obj_set(Val *obj, const char *key, Val *val) {
+  Obj *o = obj->obj;
+  int i = obj_find(o, key);
+  if (i >= 0) {
+    o->vals[i] = val;
+    return;
+  }
+  if (o->len == o->cap) {
+    if (o->cap > INT32_MAX / 4) fatal("orvex-min: object too large");
+    o->cap = o->cap ? o->cap * 2 : 4;
+    o->keys = (char **)xrealloc(o->keys, sizeof(char *) * (size_t)o->cap);
+    o->vals = (Val **)xrealloc(o->vals, sizeof(Val *) * (size_t)o->cap);
+  }
+  o->keys[o->len] = xstrdup(key);
+  o->vals[o->len] = val;
+  o->len++;
+  if (o->len >= OBJ_INDEX_MIN) {
+    if (!o->index || o->len * 2 > o->index_cap) obj_index_rebuild(o);
+    else obj_index_put(o, o->len - 1);
+  }
+}
+
+int val_truthy(Val *v) {
+  if (!v) return 0;
+  switch (v->type) {
+    case V_NIL: return 0;
+    case V_BOOL: return v->b != 0;
+    case V_NUM: return v->n != 0.0;
+    case V_STR: return v->len > 0;
+    case V_LST: return v->lst->len > 0;
+    default: return 1;
+  }
+}
+
+int val_equal(Val *a, Val *b) {
+  if (a->type != b->type) return 0;
+  switch (a->type) {
+    case V_NIL: return 1;
+    case V_BOOL: return a->b == b->b;
+    case V_NUM: return a->n == b->n;
+    case V_STR: return a == b || strcmp(a->s, b->s) == 0;
+    default: return a == b;
+  }
+}
+
+int32_t num_to_i32(double d) {
+  if (std::isnan(d)) return 0;
+  if (d >= 2147483647.0) return INT32_MAX;
+  if (d <= -2147483648.0) return INT32_MIN;
+  return (int32_t)d;
+}
+
+int64_t num_to_i64(double d) {
+  if (std::isnan(d)) return 0;
+  if (d >= 9223372036854775807.0) return INT64_MAX;
+  if (d <= -9223372036854775808.0) return INT64_MIN;
+  return (int64_t)d;
+}
