@@ -115,7 +115,8 @@ static Node *parse_postfix(Node *left) {
 Node *parse_unary() {
   check_stack();
   skip_ws();
-  char c = g_src[g_pos], d = g_src[g_pos + 1];
+  char c = g_src[g_pos];
+  char d = c ? g_src[g_pos + 1] : 0;  // never look past the terminating NUL
   if (c == '!' && d != '=') {
     g_pos++;
     Node *n = node_new(N_UNARY);
