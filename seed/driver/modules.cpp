@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sys/stat.h>
 
 #include "../eval/eval.h"
 #include "../frontend/frontend.h"
@@ -16,8 +17,16 @@ static const int MOD_CACHE_MAX = 256;
 static ModEntry g_mod_cache[MOD_CACHE_MAX];
 static int g_mod_cache_len;
 
-// Paths whose top level is running now: a use of one of them is a cycle.
-static char **g_loading;
+// Modules whose top level is running now: using one of them again is a
+// cycle. Module paths are compared as text, which misses a module using
+// itself as "./me.orv" (a longer text each time), so files are compared too.
+struct LoadingFile {
+  char *path;
+  dev_t dev;
+  ino_t ino;
+  bool known;
+};
+static LoadingFile *g_loading;
 static int g_loading_len;
 
 static Env *mod_cache_get(const char *path) {
@@ -60,16 +69,21 @@ static Env *collect_exports(Env *mod_env) {
   return exports;
 }
 
-// Marks a path as loading for the length of its run, also when an error
+// Marks a module as loading for the length of its run, also when an error
 // unwinds out of it (a later use after a caught error is no cycle).
 struct Loading {
   explicit Loading(const char *path) {
-    for (int i = 0; i < g_loading_len; i++)
-      if (strcmp(g_loading[i], path) == 0) fatal("orvex-min: use: module cycle through %s", path);
-    g_loading = (char **)xrealloc(g_loading, sizeof(char *) * (size_t)(g_loading_len + 1));
-    g_loading[g_loading_len++] = xstrdup(path);
+    struct stat st;
+    bool known = stat(path, &st) == 0;
+    for (int i = 0; i < g_loading_len; i++) {
+      const LoadingFile &f = g_loading[i];
+      bool same_file = known && f.known && f.dev == st.st_dev && f.ino == st.st_ino;
+      if (same_file || strcmp(f.path, path) == 0) fatal("orvex-min: use: module cycle through %s", path);
+    }
+    g_loading = (LoadingFile *)xrealloc(g_loading, sizeof(LoadingFile) * (size_t)(g_loading_len + 1));
+    g_loading[g_loading_len++] = {xstrdup(path), known ? st.st_dev : 0, known ? st.st_ino : 0, known};
   }
-  ~Loading() { free(g_loading[--g_loading_len]); }
+  ~Loading() { free(g_loading[--g_loading_len].path); }
 };
 
 static Env *run_module(const char *resolved, const char *text) {
