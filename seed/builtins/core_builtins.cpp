@@ -17,7 +17,7 @@ static Val *b_prn(Val **args, int nargs) {
   }
   sb_addc(&b, '\n');
   out_write(b.p, b.len);
-  free(b.p);
+  xfree(b.p);
   return g_nil;
 }
 
@@ -86,7 +86,7 @@ static Val *b_push(Val **args, int) {
 [[noreturn]] static void throw_rendering(Val *v) {
   char *rendered = val_to_str(v);
   std::string msg(rendered);  // released by the unwinding
-  free(rendered);
+  xfree(rendered);
   orvex_throw(msg.c_str());
 }
 

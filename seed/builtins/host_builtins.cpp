@@ -104,7 +104,7 @@ static Val *b_write_stdout(Val **args, int) {
   sb_init(&b);
   render_into(&b, args[0]);
   out_write(b.p, b.len);
-  free(b.p);
+  xfree(b.p);
   return g_nil;
 }
 

@@ -11,5 +11,5 @@ void do_prcom(const char *lib_root) {
   if (!text) fatal("orvex-min: prcom: cannot open %s", entry);
   env_set(g_global_env, intern("__orvex_lib"), val_str(lib_root));
   run_source(text, entry, g_global_env);
-  free(text);
+  xfree(text);
 }

@@ -9,12 +9,6 @@
 #include "../frontend/frontend.h"
 #include "driver.h"
 
-char g_orvex_home[PATH_MAX_LEN + 1];
-Env *g_global_env;
-Val *g_argv_val;
-
-void boot_env(Env *env) { env_bind(env, intern("__sys_args"), val_lst()); }
-
 static int usage() {
   fputs("Usage: orvex-min <command> [args]\n"
         "  compile          Build orvex.orbc from lib/ (uses ORVEX_HOME)\n"
@@ -66,7 +60,7 @@ int orvex_main(int argc, char **argv) {
     return 1;
   }
   run_source(text, path, g_global_env);
-  free(text);
+  xfree(text);
   return 0;
 }
 

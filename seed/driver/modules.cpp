@@ -83,7 +83,7 @@ struct Loading {
     g_loading = (LoadingFile *)xrealloc(g_loading, sizeof(LoadingFile) * (size_t)(g_loading_len + 1));
     g_loading[g_loading_len++] = {xstrdup(path), known ? st.st_dev : 0, known ? st.st_ino : 0, known};
   }
-  ~Loading() { free(g_loading[--g_loading_len].path); }
+  ~Loading() { xfree(g_loading[--g_loading_len].path); }
 };
 
 static Env *run_module(const char *resolved, const char *text) {
@@ -131,5 +131,5 @@ void do_use(const char *path_arg, Env *env) {
   mod_cache_put(resolved, exports);
   bind_all(exports, env);
   if (exports->len) bind_all(exports, g_global_env);
-  free(text);
+  xfree(text);
 }

@@ -8,6 +8,12 @@
 #include "../frontend/frontend.h"
 #include "driver.h"
 
+char g_orvex_home[PATH_MAX_LEN + 1];
+Env *g_global_env;
+Val *g_argv_val;
+
+void boot_env(Env *env) { env_bind(env, intern("__sys_args"), val_lst()); }
+
 // Texts are indexed by a 32-bit cursor, so a file must stay below 2 GiB.
 static const size_t SOURCE_MAX = 0x7ffffffe;
 
@@ -19,6 +25,7 @@ void path_copy(char *dst, const char *src) {
 
 // Reads to the end rather than trusting a size, so pipes and /dev/stdin work.
 char *read_file(const char *path) {
+  if (g_sandbox) return nullptr;
   FILE *f = fopen(path, "rb");
   if (!f) return nullptr;
   struct stat st;
@@ -42,7 +49,7 @@ char *read_file(const char *path) {
   bool ok = !ferror(f) && len <= SOURCE_MAX;
   fclose(f);
   if (!ok) {
-    free(buf);
+    xfree(buf);
     return nullptr;
   }
   buf[len] = 0;

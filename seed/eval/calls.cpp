@@ -17,7 +17,7 @@ char *build_dotted(Node *n) {
   memcpy(s, inner, a);
   s[a] = '.';
   memcpy(s + a + 1, n->dot.field, b + 1);
-  free(inner);
+  xfree(inner);
   return s;
 }
 
@@ -31,7 +31,7 @@ static fnptr site_builtin(Node *n) {
   } else if (n->call.callee && n->call.callee->type == N_DOT) {
     char *dotted = build_dotted(n->call.callee);
     if (dotted) f = builtin_lookup(dotted, n->call.n);
-    free(dotted);
+    xfree(dotted);
   }
   n->call.builtin = f;
   n->call.resolved = 1;
@@ -59,7 +59,7 @@ Val *eval_call_node(Node *n, Env *env) {
     if (fn->type != V_FN) fatal("orvex-min: not callable: %s", "<expr>");
     result = call_fn(fn, args, nargs);
   }
-  if (args != inline_args) free(args);
+  if (args != inline_args) xfree(args);
   return result;
 }
 

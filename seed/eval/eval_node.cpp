@@ -229,6 +229,9 @@ static Val *eval_obj_literal(Node *n, Env *env) {
 // node in this same loop, so tail positions add no native stack depth.
 Val *eval_node(Node *n, Env *env) {
   check_stack();
+#ifdef ORVEX_FUZZ
+  if (--g_steps_left < 0) throw SandboxStop{};
+#endif
   for (;;) {
     if (!n) return g_nil;
     switch (n->type) {

@@ -5,12 +5,16 @@
 
 #include "runtime.h"
 
+bool g_sandbox;
+
 [[noreturn]] static void out_of_memory() {
+  if (g_sandbox) throw SandboxStop{};
   out_flush();
   fputs("out of memory\n", stderr);
   exit(1);
 }
 
+#ifndef ORVEX_FUZZ
 void *xmalloc(size_t n) {
   void *p = malloc(n ? n : 1);
   if (!p) out_of_memory();
@@ -22,6 +26,75 @@ void *xrealloc(void *p, size_t n) {
   if (!q) out_of_memory();
   return q;
 }
+
+void xfree(void *p) { free(p); }
+
+void runtime_reset() {}
+#else
+// Fuzzing builds keep every block on one list so that a run can be thrown
+// away whole, and count the bytes so that a run has a memory budget.
+struct Block {
+  Block *prev, *next;
+  size_t size, pad;
+};
+static Block g_blocks = {&g_blocks, &g_blocks, 0, 0};
+static size_t g_bytes;
+static const size_t SANDBOX_MEMORY = (size_t)256 << 20;
+
+static void *block_link(Block *b, size_t n) {
+  b->size = n;
+  b->prev = &g_blocks;
+  b->next = g_blocks.next;
+  g_blocks.next->prev = b;
+  g_blocks.next = b;
+  g_bytes += n;
+  return b + 1;
+}
+
+static Block *block_unlink(void *p) {
+  Block *b = (Block *)p - 1;
+  b->prev->next = b->next;
+  b->next->prev = b->prev;
+  g_bytes -= b->size;
+  return b;
+}
+
+void *xmalloc(size_t n) {
+  if (g_bytes + n > SANDBOX_MEMORY) out_of_memory();
+  Block *b = (Block *)malloc(sizeof(Block) + n);
+  if (!b) out_of_memory();
+  return block_link(b, n);
+}
+
+void *xrealloc(void *p, size_t n) {
+  if (!p) return xmalloc(n);
+  if (g_bytes + n > SANDBOX_MEMORY) out_of_memory();
+  Block *b = block_unlink(p);
+  Block *q = (Block *)realloc(b, sizeof(Block) + n);
+  if (!q) {
+    block_link(b, b->size);
+    out_of_memory();
+  }
+  return block_link(q, n);
+}
+
+void xfree(void *p) {
+  if (p) free(block_unlink(p));
+}
+
+static void arena_reset();
+static void intern_reset();
+void env_pool_reset();
+void render_reset();
+
+void runtime_reset() {
+  while (g_blocks.next != &g_blocks) free(block_unlink(g_blocks.next + 1));
+  arena_reset();
+  intern_reset();
+  env_pool_reset();
+  render_reset();
+}
+#endif
 
 char *xstrndup(const char *s, size_t n) {
   char *p = (char *)xmalloc(n + 1);
@@ -46,6 +119,10 @@ void *xarena(size_t n) {
   g_arena_ptr += n;
   return p;
 }
+
+#ifdef ORVEX_FUZZ
+static void arena_reset() { g_arena_ptr = g_arena_end = nullptr; }
+#endif
 
 // Interned names: open addressing over (hash, text) with linear probing.
 struct InternSlot {
@@ -72,7 +149,7 @@ static void intern_grow() {
     while (ns[j].s) j = (j + 1) & (ncap - 1);
     ns[j] = g_names[i];
   }
-  free(g_names);
+  xfree(g_names);
   g_names = ns;
   g_names_cap = ncap;
 }
@@ -95,3 +172,10 @@ const char *intern(const char *s, size_t len) {
 }
 
 const char *intern(const char *s) { return intern(s, strlen(s)); }
+
+#ifdef ORVEX_FUZZ
+static void intern_reset() {
+  g_names = nullptr;
+  g_names_cap = g_names_len = 0;
+}
+#endif

@@ -22,11 +22,13 @@ Env *env_new(Env *parent) {
   return e;
 }
 
+void env_pool_reset() { g_env_pool = nullptr; }
+
 void env_release(Env *e) {
   if (e->captured) return;
   e->len = 0;
   if (e->index) {
-    free(e->index);
+    xfree(e->index);
     e->index = nullptr;
     e->index_cap = 0;
   }
@@ -79,7 +81,7 @@ void env_set_local(Env *e, const char *sym, Val *val) {
   e->len++;
   if (e->len >= ENV_INDEX_MIN) {
     if (!e->index || e->len * 2 > e->index_cap) {
-      free(e->index);
+      xfree(e->index);
       e->index_cap = 64;
       while (e->index_cap < e->cap * 2) e->index_cap *= 2;
       e->index = (int *)xmalloc(sizeof(int) * (size_t)e->index_cap);

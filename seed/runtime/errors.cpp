@@ -9,6 +9,9 @@ Val g_brk_rec = {V_STR, 0, {0}};
 Val g_cnt_rec = {V_STR, 0, {0}};
 int g_try_depth;
 char *g_stack_limit;
+#ifdef ORVEX_FUZZ
+long g_steps_left;
+#endif
 
 void markers_init() {
   g_brk_rec.s = xstrdup("__brk__");

@@ -23,6 +23,7 @@ void out_flush() {
 }
 
 void out_write(const char *s, size_t n) {
+  if (g_sandbox) return;
   if (g_out_len + n > sizeof g_out) {
     out_flush();
     if (n > sizeof g_out) {
@@ -41,12 +42,14 @@ void out_write(const char *s, size_t n) {
 }
 
 void orvex_exit(int status) {
+  if (g_sandbox) throw SandboxStop{};
   out_flush();
   fflush(stderr);
   _exit(status);
 }
 
 void fatal(const char *fmt, ...) {
+  if (g_sandbox) throw SandboxStop{};
   out_flush();
   va_list ap;
   va_start(ap, fmt);

@@ -64,6 +64,12 @@ static bool render_open(Val *v) {
   return true;
 }
 
+// After runtime_reset has released every block: forget the stack.
+void render_reset() {
+  g_open = nullptr;
+  g_open_len = g_open_cap = 0;
+}
+
 void render_into(StrBuf *b, Val *v) {
   check_stack();
   if (!v) {

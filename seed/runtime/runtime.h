@@ -12,6 +12,7 @@ struct Val;
 // "out of memory" and exits 1, so no caller checks for null.
 void *xmalloc(size_t n);
 void *xrealloc(void *p, size_t n);
+void xfree(void *p);  // releases scratch buffers made by the helpers below
 char *xstrdup(const char *s);
 char *xstrndup(const char *s, size_t n);
 // Fixed-size records (values, nodes, scopes) that live until exit: bump arena.
@@ -150,6 +151,18 @@ inline void check_stack() {
   char probe;
   if (__builtin_expect(&probe < g_stack_limit, 0)) fatal("orvex-min: recursion too deep (native stack exhausted)");
 }
+
+// ---- sandbox (fuzzing) ------------------------------------------------------
+// With g_sandbox set, host builtins and module files are inert, output is
+// dropped, and every way out of a program (exit, fatal message, exhausted
+// step or memory budget) throws SandboxStop to the harness instead.
+extern bool g_sandbox;
+struct SandboxStop {};
+// Releases every allocation made since the last reset (fuzzing builds only).
+void runtime_reset();
+#ifdef ORVEX_FUZZ
+extern long g_steps_left;
+#endif
 
 // ---- limits -------------------------------------------------------------------
 constexpr int PATH_MAX_LEN = 4095;  // paths are cut to this many bytes

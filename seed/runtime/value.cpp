@@ -85,7 +85,7 @@ static void obj_index_put(Obj *o, int pos) {
 }
 
 static void obj_index_rebuild(Obj *o) {
-  free(o->index);
+  xfree(o->index);
   o->index_cap = 64;
   while (o->index_cap < o->cap * 2) o->index_cap *= 2;
   o->index = (int *)xmalloc(sizeof(int) * (size_t)o->index_cap);
