@@ -24,6 +24,15 @@ extern const BuiltinRow unsupported_builtins[];
 extern const char *const unsupported_prefixes[];
 Val *builtin_nil(Val **args, int nargs);
 
+// A math builtin as a function on doubles (one of f1, f2 is set), for
+// evaluating it on unboxed operands; null for any other routine.
+struct MathOp {
+  fnptr fn;
+  double (*f1)(double);
+  double (*f2)(double, double);
+};
+const MathOp *math_op(fnptr f);
+
 // Helpers shared by the families.
 inline Val *arg(Val **args, int nargs, int i) { return i < nargs ? args[i] : g_nil; }
 inline bool is_kind(Val *v, VType t) { return v->type == t; }

@@ -78,22 +78,40 @@ static Val *b_red(Val **args, int) {
   return acc;
 }
 
-static Val *b_flo(Val **args, int) { return val_num(args[0]->type == V_NUM ? floor(args[0]->n) : 0); }
-static Val *b_cel(Val **args, int) { return val_num(args[0]->type == V_NUM ? ceil(args[0]->n) : 0); }
-static Val *b_abs(Val **args, int) { return val_num(args[0]->type == V_NUM ? fabs(args[0]->n) : 0); }
-static Val *b_sqr(Val **args, int) { return val_num(args[0]->type == V_NUM ? sqrt(args[0]->n) : 0); }
-static Val *b_log(Val **args, int) { return val_num(args[0]->type == V_NUM ? log(args[0]->n) : 0); }
-static Val *b_pow(Val **args, int) { return val_num(pow(num_or_0(args[0]), num_or_0(args[1]))); }
-
+// The math builtins as plain functions on doubles, so that the evaluator can
+// apply them to unboxed operands (see math_op).
+static double m_floor(double x) { return floor(x); }
+static double m_ceil(double x) { return ceil(x); }
+static double m_fabs(double x) { return fabs(x); }
+static double m_sqrt(double x) { return sqrt(x); }
+static double m_log(double x) { return log(x); }
+static double m_pow(double x, double y) { return pow(x, y); }
 // Ties and NaN give the second argument: the plain comparison fails for both.
-static Val *b_max(Val **args, int) {
-  double a = num_or_0(args[0]), b = num_or_0(args[1]);
-  return val_num(a > b ? a : b);
-}
+static double m_max(double a, double b) { return a > b ? a : b; }
+static double m_min(double a, double b) { return a < b ? a : b; }
 
-static Val *b_min(Val **args, int) {
-  double a = num_or_0(args[0]), b = num_or_0(args[1]);
-  return val_num(a < b ? a : b);
+// One-argument math builtins answer 0 for a non-number; two-argument ones
+// count a non-number as 0.
+static Val *unary_math(Val *v, double (*f)(double)) { return val_num(v->type == V_NUM ? f(v->n) : 0); }
+static Val *b_flo(Val **args, int) { return unary_math(args[0], m_floor); }
+static Val *b_cel(Val **args, int) { return unary_math(args[0], m_ceil); }
+static Val *b_abs(Val **args, int) { return unary_math(args[0], m_fabs); }
+static Val *b_sqr(Val **args, int) { return unary_math(args[0], m_sqrt); }
+static Val *b_log(Val **args, int) { return unary_math(args[0], m_log); }
+static Val *b_pow(Val **args, int) { return val_num(m_pow(num_or_0(args[0]), num_or_0(args[1]))); }
+static Val *b_max(Val **args, int) { return val_num(m_max(num_or_0(args[0]), num_or_0(args[1]))); }
+static Val *b_min(Val **args, int) { return val_num(m_min(num_or_0(args[0]), num_or_0(args[1]))); }
+
+static const MathOp g_math_ops[] = {
+    {b_flo, m_floor, nullptr}, {b_cel, m_ceil, nullptr}, {b_abs, m_fabs, nullptr},
+    {b_sqr, m_sqrt, nullptr},  {b_log, m_log, nullptr},  {b_pow, nullptr, m_pow},
+    {b_max, nullptr, m_max},   {b_min, nullptr, m_min},
+};
+
+const MathOp *math_op(fnptr f) {
+  for (const MathOp &op : g_math_ops)
+    if (op.fn == f) return &op;
+  return nullptr;
 }
 
 const BuiltinRow list_math_builtins[] = {

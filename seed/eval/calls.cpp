@@ -34,8 +34,26 @@ static fnptr site_builtin(Node *n) {
     xfree(dotted);
   }
   n->call.builtin = f;
+  n->call.math = f ? math_op(f) : nullptr;
   n->call.resolved = 1;
   return f;
+}
+
+// A call of a math builtin inside arithmetic takes and gives unboxed
+// numbers; anything else is an ordinary call.
+Val *eval_call_operand(Node *n, Env *env, double *out) {
+  site_builtin(n);
+  const MathOp *op = (const MathOp *)n->call.math;
+  if (!op) return eval_call_node(n, env);
+  double x = 0, y = 0;
+  Val *a = eval_operand(n->call.args[0], env, &x);
+  if (op->f1) {
+    *out = !a || a->type == V_NUM ? op->f1(a ? a->n : x) : 0;
+    return nullptr;
+  }
+  Val *b = eval_operand(n->call.args[1], env, &y);
+  *out = op->f2(a ? (a->type == V_NUM ? a->n : 0) : x, b ? (b->type == V_NUM ? b->n : 0) : y);
+  return nullptr;
 }
 
 // Argument arrays up to this size live on the native stack.
@@ -50,7 +68,7 @@ Val *eval_call_node(Node *n, Env *env) {
   if (fnptr f = site_builtin(n)) {
     result = f(args, nargs);
   } else if (n->call.name) {
-    Val *fn = env_get(env, n->call.name);
+    Val *fn = env_get_cached(env, n->call.name, &n->cache_depth, &n->cache_slot);
     if (!fn) fatal("orvex-min: undefined: %s", n->call.name);
     if (fn->type != V_FN) fatal("orvex-min: not callable: %s", n->call.name);
     result = call_fn(fn, args, nargs);

@@ -6,6 +6,10 @@
 // The value of n in env; never null (a missing node is nil).
 Val *eval_node(Node *n, Env *env);
 Val *eval_call_node(Node *n, Env *env);
+// Evaluation inside arithmetic: null with the number in *out when the result
+// is a number that needs no record, else the value.
+Val *eval_operand(Node *n, Env *env, double *out);
+Val *eval_call_operand(Node *n, Env *env, double *out);
 // Calls a function value; fn must be of kind V_FN. args may be null when nargs is 0.
 Val *call_fn(Val *fn, Val **args, int nargs);
 // "a.b.c" for a chain of field accesses from a name, else null; caller frees.

@@ -13,8 +13,8 @@ char g_cur_file[PATH_MAX_LEN + 1];
   fatal("orvex-min: undefined: %s (in %s)", id, g_cur_file[0] ? g_cur_file : "?");
 }
 
-static Val *eval_id(Node *n, Env *env) {
-  Val *v = env_get(env, n->id);
+static inline Val *eval_id(Node *n, Env *env) {
+  Val *v = env_get_cached(env, n->id, &n->cache_depth, &n->cache_slot);
   if (v) return v;
   if (n->id[0] == '_' && n->id[1] == '_') return g_nil;
   undefined_name(n->id);
@@ -26,13 +26,15 @@ static Val *eval_id(Node *n, Env *env) {
 // value. Only a result that is kept (bound, stored, passed) gets a record.
 static Val *eval_bin(Node *n, Env *env, double *x);
 
-static inline Val *eval_operand(Node *n, Env *env, double *x) {
+Val *eval_operand(Node *n, Env *env, double *x) {
   if (n) {
-    if (n->type == N_NUM) {
-      *x = n->num;
-      return nullptr;
+    switch (n->type) {
+      case N_NUM: *x = n->num; return nullptr;
+      case N_BIN: return eval_bin(n, env, x);
+      case N_ID: return eval_id(n, env);
+      case N_CALL: return eval_call_operand(n, env, x);
+      default: break;
     }
-    if (n->type == N_BIN) return eval_bin(n, env, x);
   }
   return eval_node(n, env);
 }
@@ -131,7 +133,7 @@ static Val *eval_dot_assign(Node *n, Env *env) {
   Node *on = n->dot_assign.obj;
   Val *target;
   if (on && on->type == N_ID) {
-    target = env_get(env, on->id);
+    target = env_get_cached(env, on->id, &on->cache_depth, &on->cache_slot);
     // Assigning a field of an unbound (or nil) name makes the object.
     if (!target || target == g_nil) {
       target = val_obj();
@@ -141,7 +143,7 @@ static Val *eval_dot_assign(Node *n, Env *env) {
     target = eval_node(on, env);
   }
   Val *v = eval_node(n->dot_assign.val, env);
-  if (target->type == V_OBJ) obj_set(target, n->dot_assign.field, v);
+  if (target->type == V_OBJ) obj_set_sym(target, n->dot_assign.field, v);
   return v;
 }
 
@@ -192,7 +194,7 @@ static Val *eval_for(Node *n, Env *env) {
   Val *result = g_nil;
   if (xs->type != V_LST) return g_nil;
   for (int i = 0; i < xs->lst->len; i++) {
-    env_set(env, n->forin.var, xs->lst->items[i]);
+    env_set_cached(env, n->forin.var, xs->lst->items[i], &n->cache_depth, &n->cache_slot);
     if (loop_body(n->forin.body, env, &result) != STEP_ON) break;
   }
   return result;
@@ -221,7 +223,7 @@ static Val *eval_list_literal(Node *n, Env *env) {
 
 static Val *eval_obj_literal(Node *n, Env *env) {
   Val *v = val_obj();
-  for (int i = 0; i < n->obj.n; i++) obj_set(v, n->obj.keys[i], eval_node(n->obj.vals[i], env));
+  for (int i = 0; i < n->obj.n; i++) obj_set_sym(v, n->obj.keys[i], eval_node(n->obj.vals[i], env));
   return v;
 }
 
@@ -236,7 +238,11 @@ Val *eval_node(Node *n, Env *env) {
     if (!n) return g_nil;
     switch (n->type) {
       case N_NUM: return val_num(n->num);
-      case N_STR: return val_str(n->str);
+      case N_STR: {
+        // A fresh record each time; the bytes never change, so they are shared.
+        if (n->cache_slot < 0) n->cache_slot = (int32_t)strlen(n->str);
+        return val_str_own((char *)n->str, n->cache_slot);
+      }
       case N_BOOL: return val_bool(n->b);
       case N_NIL: return g_nil;
       case N_ID: return eval_id(n, env);
@@ -271,7 +277,7 @@ Val *eval_node(Node *n, Env *env) {
       case N_FOR: return eval_for(n, env);
       case N_ASSIGN: {
         Val *v = eval_node(n->assign.val, env);
-        env_set(env, n->assign.name, v);
+        env_set_cached(env, n->assign.name, v, &n->cache_depth, &n->cache_slot);
         return v;
       }
       case N_DOT_ASSIGN: return eval_dot_assign(n, env);
@@ -293,12 +299,15 @@ Val *eval_node(Node *n, Env *env) {
       }
       case N_DOT: {
         Val *obj = eval_node(n->dot.obj, env);
-        return obj->type == V_OBJ ? obj_get(obj, n->dot.field) : g_nil;
+        return obj->type == V_OBJ ? obj_get_sym(obj, n->dot.field) : g_nil;
       }
       case N_USE: do_use(n->use.path, env); return g_nil;
       case N_BRK: return g_brk_sentinel;
       case N_CNT: return g_cnt_sentinel;
-      case N_RET: return make_ret(eval_node(n->ret.ex, env));
+      case N_RET: {
+        Val *v = eval_node(n->ret.ex, env);
+        return n->ret.direct ? make_direct_ret(v) : make_ret(v);
+      }
       default: return g_nil;
     }
   }

@@ -12,9 +12,13 @@ enum NType : uint32_t {
 };
 
 // Every name in a node (identifiers, fields, parameters, assigned names) is
-// interned; key and string texts are plain copies.
+// interned, and so are object-literal keys; string texts are plain copies.
 struct Node {
   NType type;
+  // Where the last lookup of this node's name found its binding (scopes
+  // outward, slot), re-checked on every use; -1 when unknown. N_STR keeps
+  // its text length in cache_slot.
+  int32_t cache_depth, cache_slot;
   union {
     double num;
     const char *str;
@@ -31,6 +35,7 @@ struct Node {
       int n;
       int8_t resolved;  // builtin looked up for this site (name and count never change)
       fnptr builtin;
+      const void *math;  // the builtin as a function on doubles, when it is one
     } call;
     struct { Node *cond, *then; Node **elifs, **elif_body; int nelif; Node *els; } iff;
     struct { Node *cond, *body; } whl;
@@ -43,7 +48,7 @@ struct Node {
     struct { Node *obj, *idx; } idx;
     struct { Node *obj; const char *field; } dot;
     struct { const char *path; } use;  // null: an interpolated path, refused when run
-    struct { Node *ex; } ret;
+    struct { Node *ex; int direct; } ret;  // direct: the marker only ever reaches a call or a file's end
   };
 };
 
@@ -73,6 +78,9 @@ Node *parse_lambda();
 Node *parse_if();
 Node *parse_body(int min_indent);
 Node *parse_body_rule();
+// Marks the ret statements whose marker can only travel to the enclosing
+// call (or the end of the file) through blocks, ifs and loops.
+void mark_ret_context(Node *body);
 
 // Shared by the readers (frontend internal).
 bool is_name_char(int c);

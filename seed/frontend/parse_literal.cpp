@@ -28,7 +28,7 @@ Node *parse_list() {
 static const int KEY_MAX = 255;
 
 // KEY -> "TEXT" (no escapes) | NAME-CHARS
-static char *read_key() {
+static const char *read_key() {
   char buf[KEY_MAX + 1];
   int k = 0;
   if (g_src[g_pos] == '"') {
@@ -39,7 +39,7 @@ static char *read_key() {
     while (is_name_char((unsigned char)g_src[g_pos]) && k < KEY_MAX) buf[k++] = g_src[g_pos++];
   }
   buf[k] = 0;
-  return k ? xstrdup(buf) : nullptr;
+  return k ? intern(buf, (size_t)k) : nullptr;
 }
 
 // object -> { { KEY [:] [EXPR] [,] } }
@@ -49,12 +49,12 @@ Node *parse_object() {
   skip_ws_nl();
   while (g_src[g_pos] && g_src[g_pos] != '}') {
     skip_ws();
-    char *key = read_key();
+    const char *key = read_key();
     if (!key) break;
     skip_ws();
     eat(':');
     Node *val = parse_expr();
-    PUSH(n->obj.keys, n->obj.n, key);
+    PUSH(n->obj.keys, n->obj.n, (void *)key);
     PUSH(n->obj.vals, n->obj.n, val);
     n->obj.n++;
     skip_ws_nl();
@@ -86,5 +86,6 @@ Node *parse_lambda() {
   if (g_src[g_pos] == ':') g_pos++;
   else if (g_src[g_pos] == '=' && g_src[g_pos + 1] == '>') g_pos += 2;
   n->fn.body = parse_expr();
+  mark_ret_context(n->fn.body);
   return n;
 }

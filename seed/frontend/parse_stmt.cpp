@@ -11,7 +11,10 @@ Node *parse_program_top() {
   Node *block = node_new(N_BLOCK);
   for (;;) {
     skip_ws_nl();
-    if (!g_src[g_pos]) return block;
+    if (!g_src[g_pos]) {
+      mark_ret_context(block);
+      return block;
+    }
     Node *st = parse_stmt();
     if (!st) {
       if (g_src[g_pos]) g_pos++;
@@ -108,6 +111,7 @@ static Node *parse_def_rest() {
   if (g_src[g_pos] == '=') g_pos++;
   skip_ws();
   fn->fn.body = parse_body_rule();
+  mark_ret_context(fn->fn.body);
   return fn;
 }
 

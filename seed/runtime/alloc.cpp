@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sys/mman.h>
 
 #include "runtime.h"
 
@@ -105,16 +106,33 @@ char *xstrndup(const char *s, size_t n) {
 
 char *xstrdup(const char *s) { return xstrndup(s, strlen(s)); }
 
-// Records are never freed, so a bump pointer over 1 MiB chunks serves them.
+// Records are never freed, so a bump pointer serves them. Chunks come
+// straight from mmap, on transparent huge pages where the system allows:
+// a program that makes millions of numbers then pays for few page faults.
 static char *g_arena_ptr, *g_arena_end;
+static const size_t ARENA_CHUNK = (size_t)32 << 20;
+
+static char *arena_chunk(size_t n) {
+#ifndef ORVEX_FUZZ
+  if (n <= ARENA_CHUNK) {
+    void *p = mmap(nullptr, ARENA_CHUNK, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE,
+                   -1, 0);
+    if (p != MAP_FAILED) {
+      madvise(p, ARENA_CHUNK, MADV_HUGEPAGE);
+      g_arena_end = (char *)p + ARENA_CHUNK;
+      return (char *)p;
+    }
+  }
+#endif
+  size_t chunk = n > ((size_t)1 << 20) ? n : ((size_t)1 << 20);
+  char *p = (char *)xmalloc(chunk);
+  g_arena_end = p + chunk;
+  return p;
+}
 
 void *xarena(size_t n) {
   n = (n + 15) & ~(size_t)15;
-  if ((size_t)(g_arena_end - g_arena_ptr) < n) {
-    size_t chunk = n > (1u << 20) ? n : (1u << 20);
-    g_arena_ptr = (char *)xmalloc(chunk);
-    g_arena_end = g_arena_ptr + chunk;
-  }
+  if (__builtin_expect((size_t)(g_arena_end - g_arena_ptr) < n, 0)) g_arena_ptr = arena_chunk(n);
   void *p = g_arena_ptr;
   g_arena_ptr += n;
   return p;
@@ -172,6 +190,16 @@ const char *intern(const char *s, size_t len) {
 }
 
 const char *intern(const char *s) { return intern(s, strlen(s)); }
+
+const char *intern_find(const char *s) {
+  if (!g_names_cap) return nullptr;
+  size_t len = strlen(s);
+  uint32_t h = hash_bytes(s, len);
+  for (size_t j = h & (g_names_cap - 1); g_names[j].s; j = (j + 1) & (g_names_cap - 1))
+    if (g_names[j].hash == h && g_names[j].len == len && memcmp(g_names[j].s, s, len) == 0)
+      return g_names[j].s;
+  return nullptr;
+}
 
 #ifdef ORVEX_FUZZ
 static void intern_reset() {

@@ -8,12 +8,16 @@
 Val g_brk_rec = {V_STR, 0, {0}};
 Val g_cnt_rec = {V_STR, 0, {0}};
 int g_try_depth;
+// A marker that can only travel to its call (a "direct" ret) is never seen
+// by the program, so one record serves them all.
+static Val *g_direct_ret;
 char *g_stack_limit;
 #ifdef ORVEX_FUZZ
 long g_steps_left;
 #endif
 
 void markers_init() {
+  g_direct_ret = nullptr;
   g_brk_rec.s = xstrdup("__brk__");
   g_brk_rec.len = 7;
   g_cnt_rec.s = xstrdup("__cnt__");
@@ -25,6 +29,12 @@ void orvex_throw(const char *msg) {
   out_flush();
   fprintf(stderr, "error: %s\n", msg);
   orvex_exit(1);
+}
+
+Val *make_direct_ret(Val *v) {
+  if (!g_direct_ret) g_direct_ret = make_ret(g_nil);
+  g_direct_ret->lst->items[1] = v;
+  return g_direct_ret;
 }
 
 Val *make_ret(Val *v) {

@@ -22,6 +22,8 @@ void *xarena(size_t n);
 // compare names by identity. The result lives until exit.
 const char *intern(const char *s, size_t len);
 const char *intern(const char *s);
+// The interned copy of s if there is one; never adds.
+const char *intern_find(const char *s);
 
 // ---- values -----------------------------------------------------------------
 enum VType : uint32_t { V_NIL = 0, V_BOOL, V_NUM, V_STR, V_LST, V_OBJ, V_FN };
@@ -34,7 +36,7 @@ struct Lst {
 };
 
 struct Obj {
-  char **keys;  // private copies, in insertion order
+  const char **keys;  // interned, in insertion order: equal keys are one pointer
   Val **vals;
   int len, cap;
   int *index;   // open-addressed slots holding position + 1, once the object is large
@@ -83,6 +85,9 @@ Val *val_obj();
 void lst_push(Val *lst, Val *item);
 Val *obj_get(Val *obj, const char *key);
 void obj_set(Val *obj, const char *key, Val *val);
+// The same for a key already interned (names from the tree).
+Val *obj_get_sym(Val *obj, const char *sym);
+void obj_set_sym(Val *obj, const char *sym, Val *val);
 int val_truthy(Val *v);
 int val_equal(Val *a, Val *b);
 
@@ -114,21 +119,29 @@ void out_flush();
 [[noreturn]] void fatal(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
 
 // ---- scopes -----------------------------------------------------------------
-// Keys are interned names: compared by identity.
+// Keys are interned names: compared by identity. Small scopes keep their
+// bindings in the record itself.
+constexpr int ENV_INLINE = 4;
 struct Env {
   Env *parent;
   const char **keys;
   Val **vals;
   int len, cap;
   int captured;  // a function literal closed over this scope
-  int *index;    // hash slots (position + 1) once the scope is large
   int index_cap;
+  int *index;    // hash slots (position + 1) once the scope is large
+  const char *inline_keys[ENV_INLINE];
+  Val *inline_vals[ENV_INLINE];
 };
 Env *env_new(Env *parent);
 Val *env_get(Env *e, const char *sym);
 void env_set_local(Env *e, const char *sym, Val *val);
 void env_set(Env *e, const char *sym, Val *val);
 void env_bind(Env *e, const char *sym, Val *val);
+// Lookup and assignment that remember where the name was found (scopes
+// outward and slot) and re-check that place first next time.
+Val *env_get_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot);
+void env_set_cached(Env *e, const char *sym, Val *val, int32_t *depth, int32_t *slot);
 // Returns a call scope to the pool when nothing closed over it.
 void env_release(Env *e);
 
@@ -140,6 +153,7 @@ struct OrvexError {
 extern int g_try_depth;
 [[noreturn]] void orvex_throw(const char *msg);
 Val *make_ret(Val *v);
+Val *make_direct_ret(Val *v);
 int is_ret(Val *v);
 Val *ret_val(Val *v);
 void markers_init();

@@ -66,20 +66,16 @@ void lst_push(Val *lst, Val *item) {
   l->items[l->len++] = item;
 }
 
-// Objects search their keys linearly while small; past OBJ_INDEX_MIN keys a
-// hash index over the same arrays keeps lookups constant-time. Key order is
-// always the order of the arrays.
+// Object keys are interned, so a key is found by pointer comparison:
+// linearly while the object is small, past OBJ_INDEX_MIN keys through a hash
+// index over the same arrays. Key order is always the order of the arrays.
 static const int OBJ_INDEX_MIN = 16;
 
-static uint32_t key_hash(const char *s) {
-  uint32_t h = 2166136261u;
-  for (; *s; s++) h = (h ^ (unsigned char)*s) * 16777619u;
-  return h;
-}
+static inline uint32_t ptr_hash(const char *p) { return (uint32_t)((uintptr_t)p >> 3) * 2654435761u; }
 
 static void obj_index_put(Obj *o, int pos) {
   uint32_t mask = (uint32_t)o->index_cap - 1;
-  uint32_t j = key_hash(o->keys[pos]) & mask;
+  uint32_t j = ptr_hash(o->keys[pos]) & mask;
   while (o->index[j]) j = (j + 1) & mask;
   o->index[j] = pos + 1;
 }
@@ -93,28 +89,31 @@ static void obj_index_rebuild(Obj *o) {
   for (int i = 0; i < o->len; i++) obj_index_put(o, i);
 }
 
-static int obj_find(Obj *o, const char *key) {
+static inline int obj_find(Obj *o, const char *sym) {
   if (o->index) {
     uint32_t mask = (uint32_t)o->index_cap - 1;
-    for (uint32_t j = key_hash(key) & mask; o->index[j]; j = (j + 1) & mask) {
-      int pos = o->index[j] - 1;
-      if (strcmp(o->keys[pos], key) == 0) return pos;
-    }
+    for (uint32_t j = ptr_hash(sym) & mask; o->index[j]; j = (j + 1) & mask)
+      if (o->keys[o->index[j] - 1] == sym) return o->index[j] - 1;
     return -1;
   }
   for (int i = 0; i < o->len; i++)
-    if (o->keys[i] == key || strcmp(o->keys[i], key) == 0) return i;
+    if (o->keys[i] == sym) return i;
   return -1;
 }
 
-Val *obj_get(Val *obj, const char *key) {
-  int i = obj_find(obj->obj, key);
+Val *obj_get_sym(Val *obj, const char *sym) {
+  int i = obj_find(obj->obj, sym);
   return i < 0 ? g_nil : obj->obj->vals[i];
 }
 
-void obj_set(Val *obj, const char *key, Val *val) {
+Val *obj_get(Val *obj, const char *key) {
+  const char *sym = intern_find(key);  // a text never interned is no key of any object
+  return sym ? obj_get_sym(obj, sym) : g_nil;
+}
+
+void obj_set_sym(Val *obj, const char *sym, Val *val) {
   Obj *o = obj->obj;
-  int i = obj_find(o, key);
+  int i = obj_find(o, sym);
   if (i >= 0) {
     o->vals[i] = val;
     return;
@@ -122,10 +121,10 @@ void obj_set(Val *obj, const char *key, Val *val) {
   if (o->len == o->cap) {
     if (o->cap > INT32_MAX / 4) fatal("orvex-min: object too large");
     o->cap = o->cap ? o->cap * 2 : 4;
-    o->keys = (char **)xrealloc(o->keys, sizeof(char *) * (size_t)o->cap);
+    o->keys = (const char **)xrealloc(o->keys, sizeof(char *) * (size_t)o->cap);
     o->vals = (Val **)xrealloc(o->vals, sizeof(Val *) * (size_t)o->cap);
   }
-  o->keys[o->len] = xstrdup(key);
+  o->keys[o->len] = sym;
   o->vals[o->len] = val;
   o->len++;
   if (o->len >= OBJ_INDEX_MIN) {
@@ -133,6 +132,8 @@ void obj_set(Val *obj, const char *key, Val *val) {
     else obj_index_put(o, o->len - 1);
   }
 }
+
+void obj_set(Val *obj, const char *key, Val *val) { obj_set_sym(obj, intern(key), val); }
 
 int val_truthy(Val *v) {
   if (!v) return 0;
