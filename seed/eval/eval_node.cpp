@@ -118,10 +118,15 @@ static Val *eval_bin(Node *n, Env *env, double *out) {
   }
 }
 
-static Val *index_value(Val *obj, Val *idx) {
-  if (obj->type == V_OBJ) return idx->type == V_STR ? obj_get(obj, idx->s) : g_nil;
-  if (idx->type != V_NUM || (obj->type != V_STR && obj->type != V_LST)) return g_nil;
-  int64_t i = num_to_i32(idx->n);
+// idx null means the index is the number x (evaluated unboxed).
+static Val *index_value(Val *obj, Val *idx, double x) {
+  if (obj->type == V_OBJ) return idx && idx->type == V_STR ? obj_get(obj, idx->s) : g_nil;
+  if (idx) {
+    if (idx->type != V_NUM) return g_nil;
+    x = idx->n;
+  }
+  if (obj->type != V_STR && obj->type != V_LST) return g_nil;
+  int64_t i = num_to_i32(x);
   int64_t len = obj->type == V_STR ? obj->len : obj->lst->len;
   if (i < 0) i += len;
   if (i < 0 || i >= len) return g_nil;
@@ -150,12 +155,13 @@ static Val *eval_dot_assign(Node *n, Env *env) {
 // Negative indexes are not counted from the end here, and a list never grows.
 static Val *eval_idx_assign(Node *n, Env *env) {
   Val *target = eval_node(n->idx_assign.obj, env);
-  Val *idx = eval_node(n->idx_assign.idx, env);
+  double x = 0;
+  Val *idx = eval_operand(n->idx_assign.idx, env, &x);
   Val *v = eval_node(n->idx_assign.val, env);
-  if (target->type == V_OBJ && idx->type == V_STR) {
-    obj_set(target, idx->s, v);
-  } else if (target->type == V_LST && idx->type == V_NUM) {
-    int32_t i = num_to_i32(idx->n);
+  if (target->type == V_OBJ) {
+    if (idx && idx->type == V_STR) obj_set(target, idx->s, v);
+  } else if (target->type == V_LST && (!idx || idx->type == V_NUM)) {
+    int32_t i = num_to_i32(idx ? idx->n : x);
     if (i >= 0 && i < target->lst->len) target->lst->items[i] = v;
   }
   return v;
@@ -295,7 +301,9 @@ Val *eval_node(Node *n, Env *env) {
       }
       case N_IDX: {
         Val *obj = eval_node(n->idx.obj, env);
-        return index_value(obj, eval_node(n->idx.idx, env));
+        double x = 0;
+        Val *idx = eval_operand(n->idx.idx, env, &x);
+        return index_value(obj, idx, x);
       }
       case N_DOT: {
         Val *obj = eval_node(n->dot.obj, env);
