@@ -17,6 +17,8 @@ void boot_env(Env *env) { env_bind(env, intern("__sys_args"), val_lst()); }
 // Texts are indexed by a 32-bit cursor, so a file must stay below 2 GiB.
 static const size_t SOURCE_MAX = 0x7ffffffe;
 
+// Paths are cut, not refused, at PATH_MAX_LEN bytes: the system opens no
+// longer path, so a cut path only shows in messages ("cannot open ...").
 void path_copy(char *dst, const char *src) {
   size_t n = strnlen(src, PATH_MAX_LEN);
   memcpy(dst, src, n);

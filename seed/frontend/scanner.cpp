@@ -35,8 +35,10 @@ void mark_ret_context(Node *n) {
   }
 }
 
+// Tree arrays hold exactly n items; their room doubles at each power of two
+// so that long lists, chains and blocks cost linear time to build.
 void arr_push(void ***arr, int n, void *item) {
-  *arr = (void **)xrealloc(*arr, sizeof(void *) * (size_t)(n + 1));
+  if ((n & (n - 1)) == 0) *arr = (void **)xrealloc(*arr, sizeof(void *) * (size_t)(n ? 2 * n : 1));
   (*arr)[n] = item;
 }
 
