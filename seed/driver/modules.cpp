@@ -52,8 +52,13 @@ void resolve_use_path(const char *cur_dir, const char *mod_path, char *out, size
   else snprintf(out, sz, "lib/stdlib/%s.orv", mod_path);
 }
 
+// Copies bindings; a copied number is then shared by two scopes, so neither
+// owns it any longer.
 static void bind_all(Env *from, Env *to) {
-  for (int i = 0; i < from->len; i++) env_bind(to, from->keys[i], from->vals[i]);
+  for (int i = 0; i < from->len; i++) {
+    if (from->vals[i]->type == V_NUM) from->vals[i]->len = 0;
+    env_bind(to, from->keys[i], from->vals[i]);
+  }
 }
 
 // Exports: every binding the module made, and every global it rebound to
@@ -64,6 +69,7 @@ static Env *collect_exports(Env *mod_env) {
   for (int i = 0; i < mod_env->len; i++) {
     Val *global = env_get(g_global_env, mod_env->keys[i]);
     if (global && global == mod_env->vals[i]) continue;
+    if (mod_env->vals[i]->type == V_NUM) mod_env->vals[i]->len = 0;
     env_bind(exports, mod_env->keys[i], mod_env->vals[i]);
   }
   return exports;
@@ -100,7 +106,7 @@ static Env *run_module(const char *resolved, const char *text) {
   Env *mod_env = env_new(nullptr);
   mod_env->captured = 1;
   bind_all(g_global_env, mod_env);
-  eval_node(prog, mod_env);
+  eval_effect(prog, mod_env);
   Env *exports = collect_exports(mod_env);
   g_src = old_src;
   g_pos = old_pos;

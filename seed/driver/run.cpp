@@ -77,7 +77,7 @@ void run_source(const char *src_text, const char *file_path, Env *env) {
   g_pos = 0;
   path_copy(g_cur_file, file_path);
   Node *prog = parse_program_top();
-  eval_node(prog, env);
+  eval_effect(prog, env);
   g_src = old_src;
   g_pos = old_pos;
   memcpy(g_cur_file, old_file, sizeof old_file);

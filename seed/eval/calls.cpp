@@ -39,12 +39,71 @@ static fnptr site_builtin(Node *n) {
   return f;
 }
 
-// A call of a math builtin inside arithmetic takes and gives unboxed
-// numbers; anything else is an ordinary call.
+bool call_site_is_math(Node *n) {
+  site_builtin(n);
+  return n->call.math != nullptr;
+}
+
+// Argument arrays up to this size live on the native stack.
+static const int ARGS_INLINE = 8;
+
+// An argument whose number record was made just now for this call (and is
+// referenced by nothing else) may be owned by the parameter it binds.
+static bool fresh_number(Node *arg, Val *v) {
+  if (v->type != V_NUM || !arg) return false;
+  return arg->type == N_NUM || arg->type == N_BIN || (arg->type == N_CALL && arg->call.math);
+}
+
+// Calls a user function; with out set, a number result comes back unboxed.
+static Val *call_user(Val *fn, Val **args, int nargs, uint32_t fresh, double *out) {
+  Fn *f = fn->fn;
+  if (f->native) return f->native(args, nargs);
+  check_stack();
+  Env *scope = env_new(f->closure);
+  int k = nargs < f->nparams ? nargs : f->nparams;
+  for (int i = 0; i < k; i++) {
+    if (i < 32 && (fresh >> i & 1)) args[i]->len = NUM_OWNED;
+    env_bind(scope, f->params[i], args[i]);
+  }
+  Val *r = out ? eval_tail_operand(f->body, scope, out) : eval_node(f->body, scope);
+  env_release(scope);
+  return r && is_ret(r) ? ret_val(r) : r;
+}
+
+static Val *call_site(Node *n, Env *env, double *out) {
+  int nargs = n->call.n;
+  Val *inline_args[ARGS_INLINE];
+  Val **args = nargs <= ARGS_INLINE ? inline_args : (Val **)xmalloc(sizeof(Val *) * (size_t)nargs);
+  uint32_t fresh = 0;
+  for (int i = 0; i < nargs; i++) {
+    args[i] = eval_node(n->call.args[i], env);
+    if (i < 32 && fresh_number(n->call.args[i], args[i])) fresh |= 1u << i;
+  }
+  Val *result;
+  if (fnptr f = site_builtin(n)) {
+    result = f(args, nargs);
+  } else if (n->call.name) {
+    Val *fn = env_get_cached(env, n->call.name, &n->cache_depth, &n->cache_slot);
+    if (!fn) fatal("orvex-min: undefined: %s", n->call.name);
+    if (fn->type != V_FN) fatal("orvex-min: not callable: %s", n->call.name);
+    result = call_user(fn, args, nargs, fresh, out);
+  } else {
+    Val *fn = n->call.callee ? eval_node(n->call.callee, env) : g_nil;
+    if (fn->type != V_FN) fatal("orvex-min: not callable: %s", "<expr>");
+    result = call_user(fn, args, nargs, fresh, out);
+  }
+  if (args != inline_args) xfree(args);
+  return result;
+}
+
+Val *eval_call_node(Node *n, Env *env) { return call_site(n, env, nullptr); }
+
+// Inside arithmetic, a math builtin takes and gives unboxed numbers and a
+// user function's number result needs no record.
 Val *eval_call_operand(Node *n, Env *env, double *out) {
   site_builtin(n);
   const MathOp *op = (const MathOp *)n->call.math;
-  if (!op) return eval_call_node(n, env);
+  if (!op) return call_site(n, env, out);
   double x = 0, y = 0;
   Val *a = eval_operand(n->call.args[0], env, &x);
   if (op->f1) {
@@ -56,39 +115,7 @@ Val *eval_call_operand(Node *n, Env *env, double *out) {
   return nullptr;
 }
 
-// Argument arrays up to this size live on the native stack.
-static const int ARGS_INLINE = 8;
-
-Val *eval_call_node(Node *n, Env *env) {
-  int nargs = n->call.n;
-  Val *inline_args[ARGS_INLINE];
-  Val **args = nargs <= ARGS_INLINE ? inline_args : (Val **)xmalloc(sizeof(Val *) * (size_t)nargs);
-  for (int i = 0; i < nargs; i++) args[i] = eval_node(n->call.args[i], env);
-  Val *result;
-  if (fnptr f = site_builtin(n)) {
-    result = f(args, nargs);
-  } else if (n->call.name) {
-    Val *fn = env_get_cached(env, n->call.name, &n->cache_depth, &n->cache_slot);
-    if (!fn) fatal("orvex-min: undefined: %s", n->call.name);
-    if (fn->type != V_FN) fatal("orvex-min: not callable: %s", n->call.name);
-    result = call_fn(fn, args, nargs);
-  } else {
-    Val *fn = n->call.callee ? eval_node(n->call.callee, env) : g_nil;
-    if (fn->type != V_FN) fatal("orvex-min: not callable: %s", "<expr>");
-    result = call_fn(fn, args, nargs);
-  }
-  if (args != inline_args) xfree(args);
-  return result;
-}
-
 Val *call_fn(Val *fn, Val **args, int nargs) {
-  Fn *f = fn->fn;
-  if (f->native) return f->native(args, nargs);
-  check_stack();
-  Env *scope = env_new(f->closure);
-  int k = nargs < f->nparams ? nargs : f->nparams;
-  for (int i = 0; i < k; i++) env_bind(scope, f->params[i], args[i]);
-  Val *r = eval_node(f->body, scope);
-  env_release(scope);
-  return is_ret(r) ? ret_val(r) : r;
+  Val *r = call_user(fn, args, nargs, 0, nullptr);
+  return r;
 }

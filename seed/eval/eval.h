@@ -5,11 +5,19 @@
 
 // The value of n in env; never null (a missing node is nil).
 Val *eval_node(Node *n, Env *env);
+// The same where the value is dropped and only a marker in it matters
+// (statements before the last of a block, whole files): assignments of
+// numbers may then update an owned record in place.
+Val *eval_effect(Node *n, Env *env);
+// The value of a function body used inside arithmetic: null with the number
+// in *out when it needs no record.
+Val *eval_tail_operand(Node *n, Env *env, double *out);
 Val *eval_call_node(Node *n, Env *env);
 // Evaluation inside arithmetic: null with the number in *out when the result
 // is a number that needs no record, else the value.
 Val *eval_operand(Node *n, Env *env, double *out);
 Val *eval_call_operand(Node *n, Env *env, double *out);
+bool call_site_is_math(Node *n);
 // Calls a function value; fn must be of kind V_FN. args may be null when nargs is 0.
 Val *call_fn(Val *fn, Val **args, int nargs);
 // "a.b.c" for a chain of field accesses from a name, else null; caller frees.

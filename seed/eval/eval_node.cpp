@@ -31,7 +31,14 @@ Val *eval_operand(Node *n, Env *env, double *x) {
     switch (n->type) {
       case N_NUM: *x = n->num; return nullptr;
       case N_BIN: return eval_bin(n, env, x);
-      case N_ID: return eval_id(n, env);
+      case N_ID: {
+        // A number is read out at once: a call later in the same expression
+        // may update the variable's record in place.
+        Val *v = eval_id(n, env);
+        if (v->type != V_NUM) return v;
+        *x = v->n;
+        return nullptr;
+      }
       case N_CALL: return eval_call_operand(n, env, x);
       default: break;
     }
@@ -47,6 +54,24 @@ static inline double as_num(Val *v, double x) {
 
 static bool operand_truthy(Node *n, Env *env) {
   double x;
+  // Comparisons of numbers decide without going through a truth value.
+  if (n && n->type == N_BIN) {
+    char op = n->bin.op;
+    if (op == '<' || op == '>' || op == 'l' || op == 'g') {
+      double y = 0;
+      x = 0;
+      Val *a = eval_operand(n->bin.left, env, &x);
+      Val *b = eval_operand(n->bin.right, env, &y);
+      x = as_num(a, x);
+      y = as_num(b, y);
+      switch (op) {
+        case '<': return x < y;
+        case '>': return x > y;
+        case 'l': return x <= y;
+        default: return x >= y;
+      }
+    }
+  }
   Val *v = eval_operand(n, env, &x);
   return v ? val_truthy(v) != 0 : x != 0;
 }
@@ -173,8 +198,8 @@ static inline bool is_marker(Val *v) { return v == g_brk_sentinel || v == g_cnt_
 // result), a return marker leaves the loop as its value.
 enum LoopStep { STEP_ON, STEP_BREAK, STEP_RETURN };
 
-static inline LoopStep loop_body(Node *body, Env *env, Val **result) {
-  Val *r = eval_node(body, env);
+static inline LoopStep loop_body(Node *body, Env *env, Val **result, bool effect) {
+  Val *r = effect ? eval_effect(body, env) : eval_node(body, env);
   if (r == g_brk_sentinel) {
     *result = g_nil;
     return STEP_BREAK;
@@ -187,21 +212,29 @@ static inline LoopStep loop_body(Node *body, Env *env, Val **result) {
   return is_ret(r) ? STEP_RETURN : STEP_ON;
 }
 
-static Val *eval_while(Node *n, Env *env) {
+// The branch an if runs (null when none applies).
+static Node *choose_branch(Node *n, Env *env) {
+  if (operand_truthy(n->iff.cond, env)) return n->iff.then;
+  for (int i = 0; i < n->iff.nelif; i++)
+    if (operand_truthy(n->iff.elifs[i], env)) return n->iff.elif_body[i];
+  return n->iff.els;
+}
+
+static Val *eval_while(Node *n, Env *env, bool effect) {
   Val *result = g_nil;
   while (operand_truthy(n->whl.cond, env))
-    if (loop_body(n->whl.body, env, &result) != STEP_ON) break;
+    if (loop_body(n->whl.body, env, &result, effect) != STEP_ON) break;
   return result;
 }
 
 // The length is read again before every element: the body may append.
-static Val *eval_for(Node *n, Env *env) {
+static Val *eval_for(Node *n, Env *env, bool effect) {
   Val *xs = eval_node(n->forin.iter, env);
   Val *result = g_nil;
   if (xs->type != V_LST) return g_nil;
   for (int i = 0; i < xs->lst->len; i++) {
     env_set_cached(env, n->forin.var, xs->lst->items[i], &n->cache_depth, &n->cache_slot);
-    if (loop_body(n->forin.body, env, &result) != STEP_ON) break;
+    if (loop_body(n->forin.body, env, &result, effect) != STEP_ON) break;
   }
   return result;
 }
@@ -251,7 +284,11 @@ Val *eval_node(Node *n, Env *env) {
       }
       case N_BOOL: return val_bool(n->b);
       case N_NIL: return g_nil;
-      case N_ID: return eval_id(n, env);
+      case N_ID: {
+        Val *v = eval_id(n, env);
+        if (v->type == V_NUM) v->len = 0;  // given away: no longer owned by its slot
+        return v;
+      }
       case N_LST: return eval_list_literal(n, env);
       case N_OBJ: return eval_obj_literal(n, env);
       case N_BIN: {
@@ -266,21 +303,9 @@ Val *eval_node(Node *n, Env *env) {
         return v;
       }
       case N_CALL: return eval_call_node(n, env);
-      case N_IF: {
-        Node *next = nullptr;
-        if (operand_truthy(n->iff.cond, env)) {
-          next = n->iff.then;
-        } else {
-          int i = 0;
-          for (; i < n->iff.nelif; i++)
-            if (operand_truthy(n->iff.elifs[i], env)) break;
-          next = i < n->iff.nelif ? n->iff.elif_body[i] : n->iff.els;
-        }
-        n = next;
-        continue;
-      }
-      case N_WHILE: return eval_while(n, env);
-      case N_FOR: return eval_for(n, env);
+      case N_IF: n = choose_branch(n, env); continue;
+      case N_WHILE: return eval_while(n, env, false);
+      case N_FOR: return eval_for(n, env, false);
       case N_ASSIGN: {
         Val *v = eval_node(n->assign.val, env);
         env_set_cached(env, n->assign.name, v, &n->cache_depth, &n->cache_slot);
@@ -293,7 +318,7 @@ Val *eval_node(Node *n, Env *env) {
         int last = n->block.n - 1;
         if (last < 0) return g_nil;
         for (int i = 0; i < last; i++) {
-          Val *v = eval_node(n->block.stmts[i], env);
+          Val *v = eval_effect(n->block.stmts[i], env);
           if (is_marker(v)) return v;
         }
         n = n->block.stmts[last];
@@ -317,6 +342,79 @@ Val *eval_node(Node *n, Env *env) {
         return n->ret.direct ? make_direct_ret(v) : make_ret(v);
       }
       default: return g_nil;
+    }
+  }
+}
+
+static bool is_math_call(Node *n);
+
+// An assignment whose value is dropped: a number goes into the variable's
+// own record when the variable owns one, else into a new record it owns.
+// A variable on the right (x = y) shares y's record instead.
+static Val *eval_assign_effect(Node *n, Env *env) {
+  Node *rhs = n->assign.val;
+  if (rhs && (rhs->type == N_NUM || rhs->type == N_BIN || is_math_call(rhs))) {
+    double x;
+    Val *v = eval_operand(rhs, env, &x);
+    if (!v) {
+      Val **slot = env_slot_cached(env, n->assign.name, &n->cache_depth, &n->cache_slot);
+      if (slot && (*slot)->type == V_NUM && (*slot)->len == NUM_OWNED) {
+        (*slot)->n = x;
+        return g_nil;
+      }
+      Val *box = val_num(x);
+      box->len = NUM_OWNED;
+      if (slot) *slot = box;
+      else env_set_cached(env, n->assign.name, box, &n->cache_depth, &n->cache_slot);
+      return g_nil;
+    }
+    env_set_cached(env, n->assign.name, v, &n->cache_depth, &n->cache_slot);
+    return v;
+  }
+  Val *v = eval_node(rhs, env);
+  env_set_cached(env, n->assign.name, v, &n->cache_depth, &n->cache_slot);
+  return v;
+}
+
+static bool is_math_call(Node *n) { return n->type == N_CALL && call_site_is_math(n); }
+
+Val *eval_effect(Node *n, Env *env) {
+  for (;;) {
+    if (!n) return g_nil;
+    switch (n->type) {
+      case N_ASSIGN: return eval_assign_effect(n, env);
+      case N_WHILE: return eval_while(n, env, true);
+      case N_FOR: return eval_for(n, env, true);
+      case N_IF: n = choose_branch(n, env); continue;
+      case N_BLOCK: {
+        Val *v = g_nil;
+        for (int i = 0; i < n->block.n; i++) {
+          v = eval_effect(n->block.stmts[i], env);
+          if (is_marker(v)) return v;
+        }
+        return v;
+      }
+      default: return eval_node(n, env);
+    }
+  }
+}
+
+Val *eval_tail_operand(Node *n, Env *env, double *out) {
+  for (;;) {
+    if (!n) return g_nil;
+    switch (n->type) {
+      case N_IF: n = choose_branch(n, env); continue;
+      case N_BLOCK: {
+        int last = n->block.n - 1;
+        if (last < 0) return g_nil;
+        for (int i = 0; i < last; i++) {
+          Val *v = eval_effect(n->block.stmts[i], env);
+          if (is_marker(v)) return v;
+        }
+        n = n->block.stmts[last];
+        continue;
+      }
+      default: return eval_operand(n, env, out);
     }
   }
 }

@@ -87,6 +87,7 @@ static void arena_reset();
 static void intern_reset();
 void env_pool_reset();
 void render_reset();
+void num_pool_reset();
 
 void runtime_reset() {
   while (g_blocks.next != &g_blocks) free(block_unlink(g_blocks.next + 1));
@@ -94,6 +95,7 @@ void runtime_reset() {
   intern_reset();
   env_pool_reset();
   render_reset();
+  num_pool_reset();
 }
 #endif
 

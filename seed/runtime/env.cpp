@@ -30,6 +30,8 @@ void env_pool_reset() { g_env_pool = nullptr; }
 
 void env_release(Env *e) {
   if (e->captured) return;
+  for (int i = 0; i < e->len; i++)
+    if (e->vals[i]->type == V_NUM && e->vals[i]->len == NUM_OWNED) num_recycle(e->vals[i]);
   e->len = 0;
   if (e->index) {
     xfree(e->index);
@@ -146,7 +148,12 @@ search:
   return nullptr;
 }
 
-Val *env_get_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
+Val **env_slot_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
+  Env *s = env_locate(e, sym, depth, slot);
+  return s ? &s->vals[*slot] : nullptr;
+}
+
+Val *env_get_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
   Env *s = env_locate(e, sym, depth, slot);
   return s ? s->vals[*slot] : nullptr;
 }

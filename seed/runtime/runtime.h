@@ -76,6 +76,12 @@ extern Val g_nil_rec, g_true_rec, g_false_rec, g_brk_rec, g_cnt_rec;
 
 Val *val_bool(int b);
 Val *val_num(double n);
+// A number record with len == NUM_OWNED is referenced by exactly one scope
+// slot and nothing else: an assignment may update it in place, and the
+// scope may recycle it when released. Reading the variable as a value (not
+// inside arithmetic) gives the record away and clears the mark.
+constexpr int NUM_OWNED = 1;
+void num_recycle(Val *v);
 Val *val_str_n(const char *s, int len);
 Val *val_str(const char *s);
 Val *val_str_own(char *s, int len);  // takes an xmalloc'd buffer of len + 1 bytes
@@ -140,7 +146,14 @@ void env_set(Env *e, const char *sym, Val *val);
 void env_bind(Env *e, const char *sym, Val *val);
 // Lookup and assignment that remember where the name was found (scopes
 // outward and slot) and re-check that place first next time.
-Val *env_get_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot);
+Val *env_get_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot);
+// The common case inline: the name was last found in this very scope.
+inline Val *env_get_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
+  if (*depth == 0 && *slot < e->len && e->keys[*slot] == sym) return e->vals[*slot];
+  return env_get_cached_slow(e, sym, depth, slot);
+}
+// The slot holding the binding env_get would find, or null.
+Val **env_slot_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot);
 void env_set_cached(Env *e, const char *sym, Val *val, int32_t *depth, int32_t *slot);
 // Returns a call scope to the pool when nothing closed over it.
 void env_release(Env *e);

@@ -19,11 +19,31 @@ static Val *val_new(VType t) {
 
 Val *val_bool(int b) { return b ? g_true : g_false; }
 
+// Recycled number records, linked through their payload.
+static Val *g_num_free;
+
 Val *val_num(double n) {
-  Val *v = val_new(V_NUM);
+  Val *v = g_num_free;
+  if (v) {
+    g_num_free = (Val *)v->s;
+    v->type = V_NUM;
+  } else {
+    v = (Val *)xarena(sizeof(Val));
+    v->type = V_NUM;
+  }
+  v->len = 0;
   v->n = n;
   return v;
 }
+
+void num_recycle(Val *v) {
+  v->type = V_NIL;  // a stale reference would read nil, never a number
+  v->len = 0;
+  v->s = (char *)g_num_free;
+  g_num_free = v;
+}
+
+void num_pool_reset() { g_num_free = nullptr; }
 
 Val *val_str_own(char *s, int len) {
   Val *v = val_new(V_STR);
