@@ -104,6 +104,20 @@ static bool operands_equal(Val *a, double x, Val *b, double y) {
   return val_equal(a, b) != 0;
 }
 
+// fmod, with a fast path for whole numbers (the usual case): integer
+// remainder has the same sign rule, and a zero result keeps the sign of x.
+static inline double num_mod(double x, double y) {
+  const double lim = 9007199254740992.0;  // 2^53: exact in both types
+  if (x > -lim && x < lim && y > -lim && y < lim && y != 0) {
+    int64_t ix = (int64_t)x, iy = (int64_t)y;
+    if ((double)ix == x && (double)iy == y) {
+      double r = (double)(ix % iy);
+      return r == 0 ? std::copysign(0.0, x) : r;
+    }
+  }
+  return fmod(x, y);
+}
+
 static Val *eval_bin(Node *n, Env *env, double *out) {
   char op = n->bin.op;
   if (op == '|') {
@@ -132,7 +146,7 @@ static Val *eval_bin(Node *n, Env *env, double *out) {
       *out = as_num(a, x) / d;
       return nullptr;
     }
-    case '%': *out = fmod(as_num(a, x), as_num(b, y)); return nullptr;
+    case '%': *out = num_mod(as_num(a, x), as_num(b, y)); return nullptr;
     case '<': return val_bool(as_num(a, x) < as_num(b, y));
     case '>': return val_bool(as_num(a, x) > as_num(b, y));
     case 'l': return val_bool(as_num(a, x) <= as_num(b, y));
