@@ -40,6 +40,15 @@ Val *eval_operand(Node *n, Env *env, double *x) {
         return nullptr;
       }
       case N_CALL: return eval_call_operand(n, env, x);
+      case N_DOT: {
+        Val *obj = eval_node(n->dot.obj, env);
+        if (obj->type != V_OBJ) return g_nil;
+        Val **slot = obj_slot_sym(obj, n->dot.field);
+        if (!slot) return g_nil;
+        if ((*slot)->type != V_NUM) return *slot;
+        *x = (*slot)->n;
+        return nullptr;
+      }
       default: break;
     }
   }
@@ -173,7 +182,7 @@ static Val *index_value(Val *obj, Val *idx, double x) {
   return val_str_n(obj->s + i, obj->s[i] ? 1 : 0);
 }
 
-static Val *eval_dot_assign(Node *n, Env *env) {
+static Val *dot_assign_target(Node *n, Env *env) {
   Node *on = n->dot_assign.obj;
   Val *target;
   if (on && on->type == N_ID) {
@@ -186,6 +195,11 @@ static Val *eval_dot_assign(Node *n, Env *env) {
   } else {
     target = eval_node(on, env);
   }
+  return target;
+}
+
+static Val *eval_dot_assign(Node *n, Env *env) {
+  Val *target = dot_assign_target(n, env);
   Val *v = eval_node(n->dot_assign.val, env);
   if (target->type == V_OBJ) obj_set_sym(target, n->dot_assign.field, v);
   return v;
@@ -274,9 +288,16 @@ static Val *eval_list_literal(Node *n, Env *env) {
   return v;
 }
 
+static bool fresh_number_node(Node *n);
+
+// A number made for a field right here is owned by that field.
 static Val *eval_obj_literal(Node *n, Env *env) {
   Val *v = val_obj();
-  for (int i = 0; i < n->obj.n; i++) obj_set_sym(v, n->obj.keys[i], eval_node(n->obj.vals[i], env));
+  for (int i = 0; i < n->obj.n; i++) {
+    Val *x = eval_node(n->obj.vals[i], env);
+    if (x->type == V_NUM && fresh_number_node(n->obj.vals[i])) x->len = NUM_OWNED;
+    obj_set_sym(v, n->obj.keys[i], x);
+  }
   return v;
 }
 
@@ -362,24 +383,63 @@ Val *eval_node(Node *n, Env *env) {
 
 static bool is_math_call(Node *n);
 
+// A node whose number value is a record made just now, held by nothing else.
+static bool fresh_number_node(Node *n) {
+  return n && (n->type == N_NUM || n->type == N_BIN || is_math_call(n));
+}
+
+// Stores the number x into a slot: in place when the slot owns its record.
+static void store_owned(Val **slot, double x) {
+  if ((*slot)->type == V_NUM && (*slot)->len == NUM_OWNED) {
+    (*slot)->n = x;
+    return;
+  }
+  Val *box = val_num(x);
+  box->len = NUM_OWNED;
+  *slot = box;
+}
+
+// A field assignment whose value is dropped: like eval_dot_assign, with a
+// number stored into the field's own record when it owns one.
+static Val *eval_dot_assign_effect(Node *n, Env *env) {
+  Node *rhs = n->dot_assign.val;
+  if (!fresh_number_node(rhs)) return eval_dot_assign(n, env);
+  Val *target = dot_assign_target(n, env);
+  double x;
+  Val *v = eval_operand(rhs, env, &x);
+  if (target->type != V_OBJ) return v ? v : g_nil;
+  if (v) {
+    obj_set_sym(target, n->dot_assign.field, v);
+    return v;
+  }
+  Val **slot = obj_slot_sym(target, n->dot_assign.field);
+  if (slot) {
+    store_owned(slot, x);
+  } else {
+    Val *box = val_num(x);
+    box->len = NUM_OWNED;
+    obj_set_sym(target, n->dot_assign.field, box);
+  }
+  return g_nil;
+}
+
 // An assignment whose value is dropped: a number goes into the variable's
 // own record when the variable owns one, else into a new record it owns.
 // A variable on the right (x = y) shares y's record instead.
 static Val *eval_assign_effect(Node *n, Env *env) {
   Node *rhs = n->assign.val;
-  if (rhs && (rhs->type == N_NUM || rhs->type == N_BIN || is_math_call(rhs))) {
+  if (fresh_number_node(rhs)) {
     double x;
     Val *v = eval_operand(rhs, env, &x);
     if (!v) {
       Val **slot = env_slot_cached(env, n->assign.name, &n->cache_depth, &n->cache_slot);
-      if (slot && (*slot)->type == V_NUM && (*slot)->len == NUM_OWNED) {
-        (*slot)->n = x;
+      if (slot) {
+        store_owned(slot, x);
         return g_nil;
       }
       Val *box = val_num(x);
       box->len = NUM_OWNED;
-      if (slot) *slot = box;
-      else env_set_cached(env, n->assign.name, box, &n->cache_depth, &n->cache_slot);
+      env_set_cached(env, n->assign.name, box, &n->cache_depth, &n->cache_slot);
       return g_nil;
     }
     env_set_cached(env, n->assign.name, v, &n->cache_depth, &n->cache_slot);
@@ -397,6 +457,7 @@ Val *eval_effect(Node *n, Env *env) {
     if (!n) return g_nil;
     switch (n->type) {
       case N_ASSIGN: return eval_assign_effect(n, env);
+      case N_DOT_ASSIGN: return eval_dot_assign_effect(n, env);
       case N_WHILE: return eval_while(n, env, true);
       case N_FOR: return eval_for(n, env, true);
       case N_IF: n = choose_branch(n, env); continue;

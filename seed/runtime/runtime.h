@@ -77,8 +77,8 @@ extern Val g_nil_rec, g_true_rec, g_false_rec, g_brk_rec, g_cnt_rec;
 Val *val_bool(int b);
 Val *val_num(double n);
 // A number record with len == NUM_OWNED is referenced by exactly one scope
-// slot and nothing else: an assignment may update it in place, and the
-// scope may recycle it when released. Reading the variable as a value (not
+// slot or object field and nothing else: an assignment may update it in
+// place, and a released scope may recycle it. Reading it as a value (not
 // inside arithmetic) gives the record away and clears the mark.
 constexpr int NUM_OWNED = 1;
 void num_recycle(Val *v);
@@ -94,6 +94,9 @@ void obj_set(Val *obj, const char *key, Val *val);
 // The same for a key already interned (names from the tree).
 Val *obj_get_sym(Val *obj, const char *sym);
 void obj_set_sym(Val *obj, const char *sym, Val *val);
+// The field's slot, or null; reading through it gives nothing away, so a
+// number found there stays owned by the field (see NUM_OWNED).
+Val **obj_slot_sym(Val *obj, const char *sym);
 int val_truthy(Val *v);
 int val_equal(Val *a, Val *b);
 

@@ -121,9 +121,17 @@ static inline int obj_find(Obj *o, const char *sym) {
   return -1;
 }
 
+Val **obj_slot_sym(Val *obj, const char *sym) {
+  int i = obj_find(obj->obj, sym);
+  return i < 0 ? nullptr : &obj->obj->vals[i];
+}
+
 Val *obj_get_sym(Val *obj, const char *sym) {
   int i = obj_find(obj->obj, sym);
-  return i < 0 ? g_nil : obj->obj->vals[i];
+  if (i < 0) return g_nil;
+  Val *v = obj->obj->vals[i];
+  if (v->type == V_NUM) v->len = 0;  // given away
+  return v;
 }
 
 Val *obj_get(Val *obj, const char *key) {
