@@ -10,7 +10,7 @@ static double num_or_0(Val *v) { return v->type == V_NUM ? v->n : 0; }
 
 static void push_all(Val *dst, Val *src) {
   if (!is_list(src)) return;
-  for (int i = 0; i < src->lst->len; i++) lst_push(dst, src->lst->items[i]);
+  for (int i = 0; i < src->lst->len; i++) lst_push(dst, lst_at(src, i));
 }
 
 static Val *b_cat(Val **args, int) {
@@ -24,7 +24,7 @@ static Val *b_but(Val **args, int) {
   Val *r = val_lst();
   Val *xs = args[0];
   if (!is_list(xs)) return r;
-  for (int i = 0; i < xs->lst->len - 1; i++) lst_push(r, xs->lst->items[i]);
+  for (int i = 0; i < xs->lst->len - 1; i++) lst_push(r, lst_at(xs, i));
   return r;
 }
 
@@ -32,7 +32,7 @@ static Val *b_rev(Val **args, int) {
   Val *r = val_lst();
   Val *xs = args[0];
   if (!is_list(xs)) return r;
-  for (int i = xs->lst->len - 1; i >= 0; i--) lst_push(r, xs->lst->items[i]);
+  for (int i = xs->lst->len - 1; i >= 0; i--) lst_push(r, lst_at(xs, i));
   return r;
 }
 
@@ -50,7 +50,7 @@ static Val *b_map(Val **args, int) {
   Val *r = val_lst();
   if (!is_list(xs) || f->type != V_FN) return r;
   for (int i = 0; i < xs->lst->len; i++) {
-    Val *argv[1] = {xs->lst->items[i]};
+    Val *argv[1] = {lst_at(xs, i)};
     lst_push(r, call_fn(f, argv, 1));
   }
   return r;
@@ -61,7 +61,7 @@ static Val *b_fil(Val **args, int) {
   Val *r = val_lst();
   if (!is_list(xs) || f->type != V_FN) return r;
   for (int i = 0; i < xs->lst->len; i++) {
-    Val *x = xs->lst->items[i];
+    Val *x = lst_at(xs, i);
     Val *argv[1] = {x};
     if (val_truthy(call_fn(f, argv, 1))) lst_push(r, x);
   }
@@ -72,7 +72,7 @@ static Val *b_red(Val **args, int) {
   Val *xs = args[0], *acc = args[1], *f = args[2];
   if (!is_list(xs) || f->type != V_FN) return acc;
   for (int i = 0; i < xs->lst->len; i++) {
-    Val *argv[2] = {acc, xs->lst->items[i]};
+    Val *argv[2] = {acc, lst_at(xs, i)};
     acc = call_fn(f, argv, 2);
   }
   return acc;

@@ -26,6 +26,8 @@ static inline Val *eval_id(Node *n, Env *env) {
 // value. Only a result that is kept (bound, stored, passed) gets a record.
 static Val *eval_bin(Node *n, Env *env, double *x);
 
+static Val *index_value(Val *obj, Val *idx, double x);
+
 Val *eval_operand(Node *n, Env *env, double *x) {
   if (n) {
     switch (n->type) {
@@ -40,6 +42,23 @@ Val *eval_operand(Node *n, Env *env, double *x) {
         return nullptr;
       }
       case N_CALL: return eval_call_operand(n, env, x);
+      case N_IDX: {
+        Val *obj = eval_node(n->idx.obj, env);
+        double i = 0;
+        Val *idx = eval_operand(n->idx.idx, env, &i);
+        if (obj->type != V_LST) return index_value(obj, idx, i);
+        if (idx) {
+          if (idx->type != V_NUM) return g_nil;
+          i = idx->n;
+        }
+        int64_t k = num_to_i32(i);
+        if (k < 0) k += obj->lst->len;
+        if (k < 0 || k >= obj->lst->len) return g_nil;
+        Val *v = obj->lst->items[k];  // read in place: the element keeps its record
+        if (v->type != V_NUM) return v;
+        *x = v->n;
+        return nullptr;
+      }
       case N_DOT: {
         Val *obj = eval_node(n->dot.obj, env);
         if (obj->type != V_OBJ) return g_nil;
@@ -101,8 +120,8 @@ static Val *concat_text(Val *a, double x, Val *b, double y) {
 
 static Val *concat_lists(Val *a, Val *b) {
   Val *r = val_lst();
-  for (int i = 0; i < a->lst->len; i++) lst_push(r, a->lst->items[i]);
-  for (int i = 0; i < b->lst->len; i++) lst_push(r, b->lst->items[i]);
+  for (int i = 0; i < a->lst->len; i++) lst_push(r, lst_at(a, i));
+  for (int i = 0; i < b->lst->len; i++) lst_push(r, lst_at(b, i));
   return r;
 }
 
@@ -178,7 +197,7 @@ static Val *index_value(Val *obj, Val *idx, double x) {
   int64_t len = obj->type == V_STR ? obj->len : obj->lst->len;
   if (i < 0) i += len;
   if (i < 0 || i >= len) return g_nil;
-  if (obj->type == V_LST) return obj->lst->items[i];
+  if (obj->type == V_LST) return lst_at(obj, (int)i);
   return val_str_n(obj->s + i, obj->s[i] ? 1 : 0);
 }
 
@@ -261,7 +280,7 @@ static Val *eval_for(Node *n, Env *env, bool effect) {
   Val *result = g_nil;
   if (xs->type != V_LST) return g_nil;
   for (int i = 0; i < xs->lst->len; i++) {
-    env_set_cached(env, n->forin.var, xs->lst->items[i], &n->cache_depth, &n->cache_slot);
+    env_set_cached(env, n->forin.var, lst_at(xs, i), &n->cache_depth, &n->cache_slot);
     if (loop_body(n->forin.body, env, &result, effect) != STEP_ON) break;
   }
   return result;
@@ -282,13 +301,18 @@ static Val *eval_fn_literal(Node *n, Env *env) {
   return v;
 }
 
+static bool fresh_number_node(Node *n);
+
+// A number made for an element right here is owned by that element.
 static Val *eval_list_literal(Node *n, Env *env) {
   Val *v = val_lst();
-  for (int i = 0; i < n->lst.n; i++) lst_push(v, eval_node(n->lst.items[i], env));
+  for (int i = 0; i < n->lst.n; i++) {
+    Val *x = eval_node(n->lst.items[i], env);
+    if (x->type == V_NUM && fresh_number_node(n->lst.items[i])) x->len = NUM_OWNED;
+    lst_push(v, x);
+  }
   return v;
 }
-
-static bool fresh_number_node(Node *n);
 
 // A number made for a field right here is owned by that field.
 static Val *eval_obj_literal(Node *n, Env *env) {
@@ -399,6 +423,27 @@ static void store_owned(Val **slot, double x) {
   *slot = box;
 }
 
+// An element assignment whose value is dropped: a number goes into the
+// element's own record when it owns one.
+static Val *eval_idx_assign_effect(Node *n, Env *env) {
+  Node *rhs = n->idx_assign.val;
+  if (!fresh_number_node(rhs)) return eval_idx_assign(n, env);
+  Val *target = eval_node(n->idx_assign.obj, env);
+  double i = 0, x = 0;
+  Val *idx = eval_operand(n->idx_assign.idx, env, &i);
+  Val *v = eval_operand(rhs, env, &x);
+  if (target->type == V_OBJ) {
+    if (idx && idx->type == V_STR) obj_set(target, idx->s, v ? v : val_num(x));
+  } else if (target->type == V_LST && (!idx || idx->type == V_NUM)) {
+    int32_t k = num_to_i32(idx ? idx->n : i);
+    if (k >= 0 && k < target->lst->len) {
+      if (v) target->lst->items[k] = v;
+      else store_owned(&target->lst->items[k], x);
+    }
+  }
+  return v ? v : g_nil;
+}
+
 // A field assignment whose value is dropped: like eval_dot_assign, with a
 // number stored into the field's own record when it owns one.
 static Val *eval_dot_assign_effect(Node *n, Env *env) {
@@ -458,6 +503,7 @@ Val *eval_effect(Node *n, Env *env) {
     switch (n->type) {
       case N_ASSIGN: return eval_assign_effect(n, env);
       case N_DOT_ASSIGN: return eval_dot_assign_effect(n, env);
+      case N_IDX_ASSIGN: return eval_idx_assign_effect(n, env);
       case N_WHILE: return eval_while(n, env, true);
       case N_FOR: return eval_for(n, env, true);
       case N_IF: n = choose_branch(n, env); continue;

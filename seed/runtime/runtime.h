@@ -77,7 +77,7 @@ extern Val g_nil_rec, g_true_rec, g_false_rec, g_brk_rec, g_cnt_rec;
 Val *val_bool(int b);
 Val *val_num(double n);
 // A number record with len == NUM_OWNED is referenced by exactly one scope
-// slot or object field and nothing else: an assignment may update it in
+// slot, object field or list element and nothing else: an assignment may update it in
 // place, and a released scope may recycle it. Reading it as a value (not
 // inside arithmetic) gives the record away and clears the mark.
 constexpr int NUM_OWNED = 1;
@@ -89,6 +89,13 @@ Val *val_lst();
 Val *val_lst_cap(int cap);
 Val *val_obj();
 void lst_push(Val *lst, Val *item);
+// Element i for a reader that keeps or passes it on: a number there is
+// given away (no longer owned by its slot, see NUM_OWNED).
+inline Val *lst_at(Val *lst, int i) {
+  Val *v = lst->lst->items[i];
+  if (v->type == V_NUM) v->len = 0;
+  return v;
+}
 Val *obj_get(Val *obj, const char *key);
 void obj_set(Val *obj, const char *key, Val *val);
 // The same for a key already interned (names from the tree).
