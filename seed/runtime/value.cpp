@@ -52,7 +52,19 @@ Val *val_str_own(char *s, int len) {
   return v;
 }
 
-Val *val_str_n(const char *s, int len) { return val_str_own(xstrndup(s, (size_t)len), len); }
+// Texts never change, so every empty or one-byte text shares its bytes with
+// this table (the record itself is still new each time).
+static char g_byte_texts[256][2];
+
+Val *val_str_n(const char *s, int len) {
+  if (len == 0) return val_str_own(g_byte_texts[0], 0);
+  if (len == 1) {
+    unsigned char c = (unsigned char)s[0];
+    g_byte_texts[c][0] = (char)c;
+    return val_str_own(g_byte_texts[c], 1);
+  }
+  return val_str_own(xstrndup(s, (size_t)len), len);
+}
 
 Val *val_str(const char *s) { return val_str_n(s, (int)strlen(s)); }
 
