@@ -241,6 +241,18 @@ static Val *eval_idx_assign(Node *n, Env *env) {
 
 static inline bool is_marker(Val *v) { return v == g_brk_sentinel || v == g_cnt_sentinel || is_ret(v); }
 
+// Runs every statement of a block but the last; the value that stops it
+// (a marker, or nil for an empty block), else null.
+static Val *run_block_prefix(Node *n, Env *env) {
+  int last = n->block.n - 1;
+  if (last < 0) return g_nil;
+  for (int i = 0; i < last; i++) {
+    Val *v = eval_effect(n->block.stmts[i], env);
+    if (is_marker(v)) return v;
+  }
+  return nullptr;
+}
+
 // Loop bodies: brk ends the loop with nil, cnt goes on (leaving nil as the
 // result), a return marker leaves the loop as its value.
 enum LoopStep { STEP_ON, STEP_BREAK, STEP_RETURN };
@@ -374,13 +386,8 @@ Val *eval_node(Node *n, Env *env) {
       case N_IDX_ASSIGN: return eval_idx_assign(n, env);
       case N_FN: return eval_fn_literal(n, env);
       case N_BLOCK: {
-        int last = n->block.n - 1;
-        if (last < 0) return g_nil;
-        for (int i = 0; i < last; i++) {
-          Val *v = eval_effect(n->block.stmts[i], env);
-          if (is_marker(v)) return v;
-        }
-        n = n->block.stmts[last];
+        if (Val *stop = run_block_prefix(n, env)) return stop;
+        n = n->block.stmts[n->block.n - 1];
         continue;
       }
       case N_IDX: {
@@ -526,13 +533,8 @@ Val *eval_tail_operand(Node *n, Env *env, double *out) {
     switch (n->type) {
       case N_IF: n = choose_branch(n, env); continue;
       case N_BLOCK: {
-        int last = n->block.n - 1;
-        if (last < 0) return g_nil;
-        for (int i = 0; i < last; i++) {
-          Val *v = eval_effect(n->block.stmts[i], env);
-          if (is_marker(v)) return v;
-        }
-        n = n->block.stmts[last];
+        if (Val *stop = run_block_prefix(n, env)) return stop;
+        n = n->block.stmts[n->block.n - 1];
         continue;
       }
       default: return eval_operand(n, env, out);

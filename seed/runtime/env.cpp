@@ -33,44 +33,12 @@ void env_release(Env *e) {
   for (int i = 0; i < e->len; i++)
     if (e->vals[i]->type == V_NUM && e->vals[i]->len == NUM_OWNED) num_recycle(e->vals[i]);
   e->len = 0;
-  if (e->index) {
-    xfree(e->index);
-    e->index = nullptr;
-    e->index_cap = 0;
-  }
+  if (e->index.slots) keys_index_drop(&e->index);
   e->parent = g_env_pool;
   g_env_pool = e;
 }
 
-static inline uint32_t sym_hash(const char *sym) { return (uint32_t)((uintptr_t)sym >> 3) * 2654435761u; }
-
-static void env_index_put(Env *e, int pos) {
-  uint32_t mask = (uint32_t)e->index_cap - 1;
-  uint32_t j = sym_hash(e->keys[pos]) & mask;
-  while (e->index[j]) j = (j + 1) & mask;
-  e->index[j] = pos + 1;
-}
-
-static void env_index_rebuild(Env *e) {
-  xfree(e->index);
-  e->index_cap = 64;
-  while (e->index_cap < e->cap * 2) e->index_cap *= 2;
-  e->index = (int *)xmalloc(sizeof(int) * (size_t)e->index_cap);
-  memset(e->index, 0, sizeof(int) * (size_t)e->index_cap);
-  for (int k = 0; k < e->len; k++) env_index_put(e, k);
-}
-
-static inline int env_find(Env *e, const char *sym) {
-  if (e->index) {
-    uint32_t mask = (uint32_t)e->index_cap - 1;
-    for (uint32_t j = sym_hash(sym) & mask; e->index[j]; j = (j + 1) & mask)
-      if (e->keys[e->index[j] - 1] == sym) return e->index[j] - 1;
-    return -1;
-  }
-  for (int i = 0; i < e->len; i++)
-    if (e->keys[i] == sym) return i;
-  return -1;
-}
+static inline int env_find(Env *e, const char *sym) { return keys_find(e->keys, e->len, &e->index, sym); }
 
 Val *env_get(Env *e, const char *sym) {
   for (; e; e = e->parent) {
@@ -99,10 +67,7 @@ static void env_append(Env *e, const char *sym, Val *val) {
   e->keys[e->len] = sym;
   e->vals[e->len] = val;
   e->len++;
-  if (e->len >= ENV_INDEX_MIN) {
-    if (!e->index || e->len * 2 > e->index_cap) env_index_rebuild(e);
-    else env_index_put(e, e->len - 1);
-  }
+  keys_added(e->keys, e->len, e->cap, &e->index, ENV_INDEX_MIN);
 }
 
 void env_set_local(Env *e, const char *sym, Val *val) {

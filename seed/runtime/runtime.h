@@ -30,6 +30,18 @@ enum VType : uint32_t { V_NIL = 0, V_BOOL, V_NUM, V_STR, V_LST, V_OBJ, V_FN };
 
 typedef Val *(*fnptr)(Val **args, int nargs);
 
+// Where interned keys sit in an array of keys (scope names, object keys):
+// found by pointer comparison, linearly while the array is short and through
+// a hash index once it is long. Slots hold position + 1; 0 is empty.
+struct KeyIndex {
+  int *slots;
+  int cap;
+};
+int keys_find(const char *const *keys, int len, const KeyIndex *ix, const char *sym);
+// Call after appending keys[len - 1]; builds the index from min_len keys on.
+void keys_added(const char *const *keys, int len, int room, KeyIndex *ix, int min_len);
+void keys_index_drop(KeyIndex *ix);
+
 struct Lst {
   Val **items;  // null until the first element
   int len, cap;
@@ -39,8 +51,7 @@ struct Obj {
   const char **keys;  // interned, in insertion order: equal keys are one pointer
   Val **vals;
   int len, cap;
-  int *index;   // open-addressed slots holding position + 1, once the object is large
-  int index_cap;
+  KeyIndex index;
 };
 
 struct Fn {
@@ -144,8 +155,7 @@ struct Env {
   Val **vals;
   int len, cap;
   int captured;  // a function literal closed over this scope
-  int index_cap;
-  int *index;    // hash slots (position + 1) once the scope is large
+  KeyIndex index;
   const char *inline_keys[ENV_INLINE];
   Val *inline_vals[ENV_INLINE];
 };

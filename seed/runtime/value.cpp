@@ -103,35 +103,7 @@ void lst_push(Val *lst, Val *item) {
 // index over the same arrays. Key order is always the order of the arrays.
 static const int OBJ_INDEX_MIN = 16;
 
-static inline uint32_t ptr_hash(const char *p) { return (uint32_t)((uintptr_t)p >> 3) * 2654435761u; }
-
-static void obj_index_put(Obj *o, int pos) {
-  uint32_t mask = (uint32_t)o->index_cap - 1;
-  uint32_t j = ptr_hash(o->keys[pos]) & mask;
-  while (o->index[j]) j = (j + 1) & mask;
-  o->index[j] = pos + 1;
-}
-
-static void obj_index_rebuild(Obj *o) {
-  xfree(o->index);
-  o->index_cap = 64;
-  while (o->index_cap < o->cap * 2) o->index_cap *= 2;
-  o->index = (int *)xmalloc(sizeof(int) * (size_t)o->index_cap);
-  memset(o->index, 0, sizeof(int) * (size_t)o->index_cap);
-  for (int i = 0; i < o->len; i++) obj_index_put(o, i);
-}
-
-static inline int obj_find(Obj *o, const char *sym) {
-  if (o->index) {
-    uint32_t mask = (uint32_t)o->index_cap - 1;
-    for (uint32_t j = ptr_hash(sym) & mask; o->index[j]; j = (j + 1) & mask)
-      if (o->keys[o->index[j] - 1] == sym) return o->index[j] - 1;
-    return -1;
-  }
-  for (int i = 0; i < o->len; i++)
-    if (o->keys[i] == sym) return i;
-  return -1;
-}
+static inline int obj_find(Obj *o, const char *sym) { return keys_find(o->keys, o->len, &o->index, sym); }
 
 Val **obj_slot_sym(Val *obj, const char *sym) {
   int i = obj_find(obj->obj, sym);
@@ -167,10 +139,7 @@ void obj_set_sym(Val *obj, const char *sym, Val *val) {
   o->keys[o->len] = sym;
   o->vals[o->len] = val;
   o->len++;
-  if (o->len >= OBJ_INDEX_MIN) {
-    if (!o->index || o->len * 2 > o->index_cap) obj_index_rebuild(o);
-    else obj_index_put(o, o->len - 1);
-  }
+  keys_added(o->keys, o->len, o->cap, &o->index, OBJ_INDEX_MIN);
 }
 
 void obj_set(Val *obj, const char *key, Val *val) { obj_set_sym(obj, intern(key), val); }
