@@ -12,15 +12,10 @@ static void index_put(const char *const *keys, KeyIndex *ix, int pos) {
   ix->slots[j] = pos + 1;
 }
 
-int keys_find(const char *const *keys, int len, const KeyIndex *ix, const char *sym) {
-  if (ix->slots) {
-    uint32_t mask = (uint32_t)ix->cap - 1;
-    for (uint32_t j = ptr_hash(sym) & mask; ix->slots[j]; j = (j + 1) & mask)
-      if (keys[ix->slots[j] - 1] == sym) return ix->slots[j] - 1;
-    return -1;
-  }
-  for (int i = 0; i < len; i++)
-    if (keys[i] == sym) return i;
+int keys_find_indexed(const char *const *keys, const KeyIndex *ix, const char *sym) {
+  uint32_t mask = (uint32_t)ix->cap - 1;
+  for (uint32_t j = ptr_hash(sym) & mask; ix->slots[j]; j = (j + 1) & mask)
+    if (keys[ix->slots[j] - 1] == sym) return ix->slots[j] - 1;
   return -1;
 }
 

@@ -37,7 +37,13 @@ struct KeyIndex {
   int *slots;
   int cap;
 };
-int keys_find(const char *const *keys, int len, const KeyIndex *ix, const char *sym);
+int keys_find_indexed(const char *const *keys, const KeyIndex *ix, const char *sym);
+inline int keys_find(const char *const *keys, int len, const KeyIndex *ix, const char *sym) {
+  if (ix->slots) return keys_find_indexed(keys, ix, sym);
+  for (int i = 0; i < len; i++)
+    if (keys[i] == sym) return i;
+  return -1;
+}
 // Call after appending keys[len - 1]; builds the index from min_len keys on.
 void keys_added(const char *const *keys, int len, int room, KeyIndex *ix, int min_len);
 void keys_index_drop(KeyIndex *ix);
