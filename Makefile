@@ -2,7 +2,7 @@
 BUILD ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all configure run test clean deps
+.PHONY: all configure run test fuzz clean deps
 
 all: configure
 	cmake --build $(BUILD) -j $(JOBS)
@@ -22,6 +22,10 @@ run: all
 
 test: all
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+# libFuzzer harnesses (clang): build, then fuzz each for FUZZ_SECONDS.
+fuzz:
+	$(MAKE) -C fuzz run
 
 clean:
 	rm -rf $(BUILD)
