@@ -63,7 +63,8 @@ static Val *call_user(Val *fn, Val **args, int nargs, uint32_t fresh, double *ou
   int k = nargs < f->nparams ? nargs : f->nparams;
   for (int i = 0; i < k; i++) {
     if (i < 32 && (fresh >> i & 1)) args[i]->len = NUM_OWNED;
-    env_bind(scope, f->params[i], args[i]);
+    if (fn->len) env_push(scope, f->params[i], args[i]);
+    else env_bind(scope, f->params[i], args[i]);
   }
   Val *r = out ? eval_tail_operand(f->body, scope, out) : eval_node(f->body, scope);
   env_release(scope);

@@ -298,10 +298,22 @@ static Val *eval_for(Node *n, Env *env, bool effect) {
   return result;
 }
 
+// A function value's len is 1 when its parameter names are distinct, so a
+// call can bind them without searching its new scope.
+static int params_distinct(Node *n) {
+  if (n->cache_slot < 0) {
+    n->cache_slot = 1;
+    for (int i = 0; i < n->fn.nparams; i++)
+      for (int j = 0; j < i; j++)
+        if (n->fn.params[i] == n->fn.params[j]) n->cache_slot = 0;
+  }
+  return n->cache_slot;
+}
+
 static Val *eval_fn_literal(Node *n, Env *env) {
   Val *v = (Val *)xarena(sizeof(Val));
   v->type = V_FN;
-  v->len = 0;
+  v->len = params_distinct(n);
   Fn *f = (Fn *)xarena(sizeof(Fn));
   f->params = n->fn.params;
   f->nparams = n->fn.nparams;

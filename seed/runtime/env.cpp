@@ -89,6 +89,8 @@ void env_set(Env *e, const char *sym, Val *val) {
 
 void env_bind(Env *e, const char *sym, Val *val) { env_set_local(e, sym, val); }
 
+void env_push(Env *e, const char *sym, Val *val) { env_append(e, sym, val); }
+
 // The binding env_get would find, located as (scope, slot); null when unbound.
 static Env *env_locate(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
   int d = *depth;

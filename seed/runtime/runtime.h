@@ -170,6 +170,8 @@ Val *env_get(Env *e, const char *sym);
 void env_set_local(Env *e, const char *sym, Val *val);
 void env_set(Env *e, const char *sym, Val *val);
 void env_bind(Env *e, const char *sym, Val *val);
+// Appends a binding the caller knows e does not have yet.
+void env_push(Env *e, const char *sym, Val *val);
 // Lookup and assignment that remember where the name was found (scopes
 // outward and slot) and re-check that place first next time.
 Val *env_get_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot);
