@@ -67,7 +67,11 @@ int orvex_main(int argc, char **argv) {
 // Deep recursion in Orvex is deep recursion in C++: the interpreter gets a
 // large, lazily committed stack, and stops with a message shortly before
 // its end instead of faulting.
-static const size_t STACK_SIZE = (size_t)1 << 30;
+// Sanitizer builds spend several times more stack per call, so they get more.
+#ifndef ORVEX_STACK_GIB
+#define ORVEX_STACK_GIB 1
+#endif
+static const size_t STACK_SIZE = (size_t)ORVEX_STACK_GIB << 30;
 static const size_t STACK_RESERVE = (size_t)1 << 20;
 
 struct MainArgs {
