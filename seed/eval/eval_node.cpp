@@ -26,6 +26,14 @@ static inline Val *eval_id(Node *n, Env *env) {
 // value. Only a result that is kept (bound, stored, passed) gets a record.
 static Val *eval_bin(Node *n, Env *env, double *x);
 
+// Fuzzing builds give each run a budget of evaluation steps; a loop
+// iteration counts as one even when its condition and body cost nothing.
+static inline void fuzz_step() {
+#ifdef ORVEX_FUZZ
+  if (--g_steps_left < 0) throw SandboxStop{};
+#endif
+}
+
 static Val *index_value(Val *obj, Val *idx, double x);
 
 Val *eval_operand(Node *n, Env *env, double *x) {
@@ -281,8 +289,10 @@ static Node *choose_branch(Node *n, Env *env) {
 
 static Val *eval_while(Node *n, Env *env, bool effect) {
   Val *result = g_nil;
-  while (operand_truthy(n->whl.cond, env))
+  while (operand_truthy(n->whl.cond, env)) {
+    fuzz_step();
     if (loop_body(n->whl.body, env, &result, effect) != STEP_ON) break;
+  }
   return result;
 }
 
@@ -292,6 +302,7 @@ static Val *eval_for(Node *n, Env *env, bool effect) {
   Val *result = g_nil;
   if (xs->type != V_LST) return g_nil;
   for (int i = 0; i < xs->lst->len; i++) {
+    fuzz_step();
     env_set_cached(env, n->forin.var, lst_at(xs, i), &n->cache_depth, &n->cache_slot);
     if (loop_body(n->forin.body, env, &result, effect) != STEP_ON) break;
   }
@@ -353,9 +364,7 @@ static Val *eval_obj_literal(Node *n, Env *env) {
 // node in this same loop, so tail positions add no native stack depth.
 Val *eval_node(Node *n, Env *env) {
   check_stack();
-#ifdef ORVEX_FUZZ
-  if (--g_steps_left < 0) throw SandboxStop{};
-#endif
+  fuzz_step();
   for (;;) {
     if (!n) return g_nil;
     switch (n->type) {
