@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 #include <pthread.h>
 #include <sys/resource.h>
 
@@ -99,6 +100,10 @@ static void *interp_thread(void *p) {
 }
 
 int main(int argc, char **argv) {
+  // The interpreter thread allocates like a single-threaded program: the
+  // main heap, grown in large steps, serves it best.
+  mallopt(M_ARENA_MAX, 1);
+  mallopt(M_TOP_PAD, 16 << 20);
   MainArgs a = {argc, argv, 1};
   pthread_attr_t attr;
   pthread_attr_init(&attr);

@@ -49,7 +49,7 @@ void keys_added(const char *const *keys, int len, int room, KeyIndex *ix, int mi
 void keys_index_drop(KeyIndex *ix);
 
 struct Lst {
-  Val **items;  // null until the first element
+  Val **items;  // the slots right after this record, or a heap array once outgrown
   int len, cap;
 };
 

@@ -68,10 +68,24 @@ Val *val_str_n(const char *s, int len) {
 
 Val *val_str(const char *s) { return val_str_n(s, (int)strlen(s)); }
 
+// A list's first LST_INLINE slots sit in the same arena block as its
+// record; a list that outgrows them moves its items to the heap.
+static const int LST_INLINE = 4;
+
+static inline bool lst_items_inline(Lst *l) { return l->items == (Val **)(l + 1); }
+
 Val *val_lst_cap(int cap) {
   Val *v = val_new(V_LST);
+  if (cap <= LST_INLINE) {
+    Lst *l = (Lst *)xarena(sizeof(Lst) + sizeof(Val *) * LST_INLINE);
+    l->items = (Val **)(l + 1);
+    l->len = 0;
+    l->cap = LST_INLINE;
+    v->lst = l;
+    return v;
+  }
   Lst *l = (Lst *)xarena(sizeof(Lst));
-  l->items = cap ? (Val **)xmalloc(sizeof(Val *) * (size_t)cap) : nullptr;
+  l->items = (Val **)xmalloc(sizeof(Val *) * (size_t)cap);
   l->len = 0;
   l->cap = cap;
   v->lst = l;
@@ -92,8 +106,15 @@ void lst_push(Val *lst, Val *item) {
   Lst *l = lst->lst;
   if (l->len == l->cap) {
     if (l->cap > INT32_MAX / 2) fatal("orvex-min: list too long");
-    l->cap = l->cap ? l->cap * 2 : 4;
-    l->items = (Val **)xrealloc(l->items, sizeof(Val *) * (size_t)l->cap);
+    int ncap = l->cap ? l->cap * 2 : 4;
+    if (lst_items_inline(l)) {
+      Val **items = (Val **)xmalloc(sizeof(Val *) * (size_t)ncap);
+      memcpy(items, l->items, sizeof(Val *) * (size_t)l->len);
+      l->items = items;
+    } else {
+      l->items = (Val **)xrealloc(l->items, sizeof(Val *) * (size_t)ncap);
+    }
+    l->cap = ncap;
   }
   l->items[l->len++] = item;
 }

@@ -23,18 +23,18 @@ static Val *num_list(std::initializer_list<double> ns) {
 }
 
 TEST(Values, ListGrowth) {
+  // Growth moves the first items out of the slots beside the record and
+  // doubles from there; every element survives each move in order.
   Val *l = val_lst();
-  EXPECT_EQ(l->lst->items, nullptr);
-  EXPECT_EQ(l->lst->cap, 0);
-  lst_push(l, val_num(0));
-  EXPECT_EQ(l->lst->cap, 4);
-  for (int i = 1; i < 4; i++) lst_push(l, val_num(i));
-  EXPECT_EQ(l->lst->cap, 4);
+  EXPECT_EQ(l->lst->len, 0);
+  for (int i = 0; i < 4; i++) lst_push(l, val_num(i));
+  Val **inline_items = l->lst->items;
   lst_push(l, val_num(4));
-  EXPECT_EQ(l->lst->cap, 8);
+  EXPECT_NE(l->lst->items, inline_items);
   EXPECT_EQ(l->lst->len, 5);
+  EXPECT_GE(l->lst->cap, 5);
   for (int i = 5; i < 100; i++) lst_push(l, val_num(i));
-  EXPECT_EQ(l->lst->cap, 128);
+  EXPECT_GE(l->lst->cap, 100);
   for (int i = 0; i < 100; i++) EXPECT_EQ(l->lst->items[i]->n, i);
   // Elements are shared, not copied.
   Val *x = val_str("x");
