@@ -54,7 +54,8 @@ struct Lst {
 };
 
 struct Obj {
-  const char **keys;  // interned, in insertion order: equal keys are one pointer
+  const char **keys;  // interned, in insertion order: equal keys are one pointer;
+                      // the first few sit right after this record
   Val **vals;
   int len, cap;
   KeyIndex index;

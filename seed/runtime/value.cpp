@@ -94,10 +94,16 @@ Val *val_lst_cap(int cap) {
 
 Val *val_lst() { return val_lst_cap(0); }
 
+// Likewise an object's first OBJ_INLINE keys and values.
+static const int OBJ_INLINE = 4;
+
 Val *val_obj() {
   Val *v = val_new(V_OBJ);
-  Obj *o = (Obj *)xarena(sizeof(Obj));
+  Obj *o = (Obj *)xarena(sizeof(Obj) + (sizeof(char *) + sizeof(Val *)) * OBJ_INLINE);
   memset(o, 0, sizeof *o);
+  o->keys = (const char **)(o + 1);
+  o->vals = (Val **)(o->keys + OBJ_INLINE);
+  o->cap = OBJ_INLINE;
   v->obj = o;
   return v;
 }
@@ -153,9 +159,19 @@ void obj_set_sym(Val *obj, const char *sym, Val *val) {
   }
   if (o->len == o->cap) {
     if (o->cap > INT32_MAX / 4) fatal("orvex-min: object too large");
-    o->cap = o->cap ? o->cap * 2 : 4;
-    o->keys = (const char **)xrealloc(o->keys, sizeof(char *) * (size_t)o->cap);
-    o->vals = (Val **)xrealloc(o->vals, sizeof(Val *) * (size_t)o->cap);
+    int ncap = o->cap * 2;
+    if (o->keys == (const char **)(o + 1)) {
+      const char **keys = (const char **)xmalloc(sizeof(char *) * (size_t)ncap);
+      Val **vals = (Val **)xmalloc(sizeof(Val *) * (size_t)ncap);
+      memcpy(keys, o->keys, sizeof(char *) * (size_t)o->len);
+      memcpy(vals, o->vals, sizeof(Val *) * (size_t)o->len);
+      o->keys = keys;
+      o->vals = vals;
+    } else {
+      o->keys = (const char **)xrealloc(o->keys, sizeof(char *) * (size_t)ncap);
+      o->vals = (Val **)xrealloc(o->vals, sizeof(Val *) * (size_t)ncap);
+    }
+    o->cap = ncap;
   }
   o->keys[o->len] = sym;
   o->vals[o->len] = val;

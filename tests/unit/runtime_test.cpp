@@ -45,7 +45,7 @@ TEST(Values, ListGrowth) {
 
 TEST(Values, ObjectOrderAndReplacement) {
   Val *o = val_obj();
-  EXPECT_EQ(o->obj->keys, nullptr);
+  EXPECT_EQ(o->obj->len, 0);
   obj_set(o, "b", val_num(1));
   obj_set(o, "a", val_num(2));
   obj_set(o, "b", val_num(3));
@@ -54,7 +54,6 @@ TEST(Values, ObjectOrderAndReplacement) {
   EXPECT_STREQ(o->obj->keys[1], "a");
   EXPECT_EQ(obj_get(o, "b")->n, 3);
   EXPECT_EQ(R(o), "{b: 3, a: 2}");
-  EXPECT_EQ(o->obj->cap, 4);
   // Keys are private copies: changing the caller's buffer changes nothing.
   char key[] = "k";
   obj_set(o, key, val_num(4));
@@ -65,8 +64,7 @@ TEST(Values, ObjectOrderAndReplacement) {
   obj_set(o, "", val_num(5));  // the empty key is an ordinary key
   EXPECT_EQ(obj_get(o, "")->n, 5);
   obj_set(o, "n", g_nil);
-  EXPECT_EQ(o->obj->len, 5);
-  EXPECT_EQ(o->obj->cap, 8);
+  EXPECT_EQ(o->obj->len, 5);  // past the slots beside the record: moved, order kept
   EXPECT_EQ(R(o), "{b: 3, a: 2, k: 4, : 5, n: nil}");
 }
 
