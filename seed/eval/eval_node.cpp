@@ -36,7 +36,30 @@ static inline void fuzz_step() {
 
 static Val *index_value(Val *obj, Val *idx, double x);
 
-Val *eval_operand(Node *n, Env *env, double *x) {
+static Val *eval_operand_slow(Node *n, Env *env, double *x);
+
+// Numbers and variables, the usual operands, are handled inline.
+static inline Val *operand(Node *n, Env *env, double *x) {
+  if (n) {
+    if (n->type == N_NUM) {
+      *x = n->num;
+      return nullptr;
+    }
+    if (n->type == N_ID) {
+      // A number is read out at once: a call later in the same expression
+      // may update the variable's record in place.
+      Val *v = eval_id(n, env);
+      if (v->type != V_NUM) return v;
+      *x = v->n;
+      return nullptr;
+    }
+  }
+  return eval_operand_slow(n, env, x);
+}
+
+Val *eval_operand(Node *n, Env *env, double *x) { return operand(n, env, x); }
+
+static Val *eval_operand_slow(Node *n, Env *env, double *x) {
   if (n) {
     switch (n->type) {
       case N_NUM: *x = n->num; return nullptr;
@@ -96,8 +119,8 @@ static bool operand_truthy(Node *n, Env *env) {
     if (op == '<' || op == '>' || op == 'l' || op == 'g') {
       double y = 0;
       x = 0;
-      Val *a = eval_operand(n->bin.left, env, &x);
-      Val *b = eval_operand(n->bin.right, env, &y);
+      Val *a = operand(n->bin.left, env, &x);
+      Val *b = operand(n->bin.right, env, &y);
       x = as_num(a, x);
       y = as_num(b, y);
       switch (op) {
@@ -108,7 +131,7 @@ static bool operand_truthy(Node *n, Env *env) {
       }
     }
   }
-  Val *v = eval_operand(n, env, &x);
+  Val *v = operand(n, env, &x);
   return v ? val_truthy(v) != 0 : x != 0;
 }
 
@@ -165,8 +188,8 @@ static Val *eval_bin(Node *n, Env *env, double *out) {
     return val_bool(operand_truthy(n->bin.right, env));
   }
   double x = 0, y = 0;
-  Val *a = eval_operand(n->bin.left, env, &x);
-  Val *b = eval_operand(n->bin.right, env, &y);
+  Val *a = operand(n->bin.left, env, &x);
+  Val *b = operand(n->bin.right, env, &y);
   switch (op) {
     case '+':
       if (a && a->type == V_STR) return concat_text(a, x, b, y);

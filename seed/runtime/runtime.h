@@ -178,7 +178,16 @@ void env_push(Env *e, const char *sym, Val *val);
 Val *env_get_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot);
 // The common case inline: the name was last found in this very scope.
 inline Val *env_get_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
-  if (*depth == 0 && *slot < e->len && e->keys[*slot] == sym) return e->vals[*slot];
+  if (*depth == 0) {
+    if (*slot < e->len && e->keys[*slot] == sym) return e->vals[*slot];
+  } else if (*depth == 1 && e->len <= ENV_INLINE && e->parent) {
+    // one scope out (a global or closure variable read in a call): the
+    // call's own few names must not hold it
+    for (int i = 0; i < e->len; i++)
+      if (e->keys[i] == sym) return env_get_cached_slow(e, sym, depth, slot);
+    Env *p = e->parent;
+    if (*slot < p->len && p->keys[*slot] == sym) return p->vals[*slot];
+  }
   return env_get_cached_slow(e, sym, depth, slot);
 }
 // The slot holding the binding env_get would find, or null.
