@@ -47,13 +47,6 @@ bool call_site_is_math(Node *n) {
 // Argument arrays up to this size live on the native stack.
 static const int ARGS_INLINE = 8;
 
-// An argument whose number record was made just now for this call (and is
-// referenced by nothing else) may be owned by the parameter it binds.
-static bool fresh_number(Node *arg, Val *v) {
-  if (v->type != V_NUM || !arg) return false;
-  return arg->type == N_NUM || arg->type == N_BIN || (arg->type == N_CALL && arg->call.math);
-}
-
 // Calls a user function; with out set, a number result comes back unboxed.
 static Val *call_user(Val *fn, Val **args, int nargs, uint32_t fresh, double *out) {
   Fn *f = fn->fn;
@@ -78,7 +71,8 @@ static Val *call_site(Node *n, Env *env, double *out) {
   uint32_t fresh = 0;
   for (int i = 0; i < nargs; i++) {
     args[i] = eval_node(n->call.args[i], env);
-    if (i < 32 && fresh_number(n->call.args[i], args[i])) fresh |= 1u << i;
+    // a number made just for this call may be owned by the parameter it binds
+    if (i < 32 && args[i]->type == V_NUM && fresh_number_node(n->call.args[i])) fresh |= 1u << i;
   }
   Val *result;
   if (fnptr f = site_builtin(n)) {
@@ -116,7 +110,4 @@ Val *eval_call_operand(Node *n, Env *env, double *out) {
   return nullptr;
 }
 
-Val *call_fn(Val *fn, Val **args, int nargs) {
-  Val *r = call_user(fn, args, nargs, 0, nullptr);
-  return r;
-}
+Val *call_fn(Val *fn, Val **args, int nargs) { return call_user(fn, args, nargs, 0, nullptr); }

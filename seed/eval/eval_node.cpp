@@ -20,10 +20,6 @@ static inline Val *eval_id(Node *n, Env *env) {
   undefined_name(n->id);
 }
 
-// Arithmetic works on unboxed doubles: an operand that is a number literal
-// or an arithmetic node yields its number through *x and returns null, so
-// intermediate results never become records. Any other operand returns its
-// value. Only a result that is kept (bound, stored, passed) gets a record.
 static Val *eval_bin(Node *n, Env *env, double *x);
 
 // Fuzzing builds give each run a budget of evaluation steps; a loop
@@ -34,11 +30,15 @@ static inline void fuzz_step() {
 #endif
 }
 
-static Val *index_value(Val *obj, Val *idx, double x);
+static Val *index_value(Val *obj, Val *idx, double x, bool give_away);
 
 static Val *eval_operand_slow(Node *n, Env *env, double *x);
 
-// Numbers and variables, the usual operands, are handled inline.
+// Arithmetic works on unboxed doubles: an operand whose value is a number
+// yields it through *x and returns null, so intermediate results never
+// become records; any other operand returns its value. Only a result that
+// is kept (bound, stored, passed) gets a record. Numbers and variables, the
+// usual operands, are handled inline.
 static inline Val *operand(Node *n, Env *env, double *x) {
   if (n) {
     if (n->type == N_NUM) {
@@ -59,33 +59,17 @@ static inline Val *operand(Node *n, Env *env, double *x) {
 
 Val *eval_operand(Node *n, Env *env, double *x) { return operand(n, env, x); }
 
+// Elements and fields are read in place: a number there keeps its owner.
 static Val *eval_operand_slow(Node *n, Env *env, double *x) {
   if (n) {
     switch (n->type) {
-      case N_NUM: *x = n->num; return nullptr;
       case N_BIN: return eval_bin(n, env, x);
-      case N_ID: {
-        // A number is read out at once: a call later in the same expression
-        // may update the variable's record in place.
-        Val *v = eval_id(n, env);
-        if (v->type != V_NUM) return v;
-        *x = v->n;
-        return nullptr;
-      }
       case N_CALL: return eval_call_operand(n, env, x);
       case N_IDX: {
         Val *obj = eval_node(n->idx.obj, env);
         double i = 0;
-        Val *idx = eval_operand(n->idx.idx, env, &i);
-        if (obj->type != V_LST) return index_value(obj, idx, i);
-        if (idx) {
-          if (idx->type != V_NUM) return g_nil;
-          i = idx->n;
-        }
-        int64_t k = num_to_i32(i);
-        if (k < 0) k += obj->lst->len;
-        if (k < 0 || k >= obj->lst->len) return g_nil;
-        Val *v = obj->lst->items[k];  // read in place: the element keeps its record
+        Val *idx = operand(n->idx.idx, env, &i);
+        Val *v = index_value(obj, idx, i, false);
         if (v->type != V_NUM) return v;
         *x = v->n;
         return nullptr;
@@ -216,8 +200,9 @@ static Val *eval_bin(Node *n, Env *env, double *out) {
   }
 }
 
-// idx null means the index is the number x (evaluated unboxed).
-static Val *index_value(Val *obj, Val *idx, double x) {
+// idx null means the index is the number x (evaluated unboxed). A list
+// element read to be kept elsewhere is given away (see NUM_OWNED).
+static Val *index_value(Val *obj, Val *idx, double x, bool give_away) {
   if (obj->type == V_OBJ) return idx && idx->type == V_STR ? obj_get(obj, idx->s) : g_nil;
   if (idx) {
     if (idx->type != V_NUM) return g_nil;
@@ -228,7 +213,7 @@ static Val *index_value(Val *obj, Val *idx, double x) {
   int64_t len = obj->type == V_STR ? obj->len : obj->lst->len;
   if (i < 0) i += len;
   if (i < 0 || i >= len) return g_nil;
-  if (obj->type == V_LST) return lst_at(obj, (int)i);
+  if (obj->type == V_LST) return give_away ? lst_at(obj, (int)i) : obj->lst->items[i];
   return val_str_n(obj->s + i, obj->s[i] ? 1 : 0);
 }
 
@@ -359,8 +344,6 @@ static Val *eval_fn_literal(Node *n, Env *env) {
   return v;
 }
 
-static bool fresh_number_node(Node *n);
-
 // A number made for an element right here is owned by that element.
 static Val *eval_list_literal(Node *n, Env *env) {
   Val *v = val_lst();
@@ -438,7 +421,7 @@ Val *eval_node(Node *n, Env *env) {
         Val *obj = eval_node(n->idx.obj, env);
         double x = 0;
         Val *idx = eval_operand(n->idx.idx, env, &x);
-        return index_value(obj, idx, x);
+        return index_value(obj, idx, x, true);
       }
       case N_DOT: {
         Val *obj = eval_node(n->dot.obj, env);
@@ -458,8 +441,7 @@ Val *eval_node(Node *n, Env *env) {
 
 static bool is_math_call(Node *n);
 
-// A node whose number value is a record made just now, held by nothing else.
-static bool fresh_number_node(Node *n) {
+bool fresh_number_node(Node *n) {
   return n && (n->type == N_NUM || n->type == N_BIN || is_math_call(n));
 }
 
