@@ -48,8 +48,10 @@ bool call_site_is_math(Node *n) {
 static const int ARGS_INLINE = 8;
 
 // Calls a user function; with out set, a number result comes back unboxed.
-static Val *call_user(Val *fn, Val **args, int nargs, uint32_t fresh, double *out) {
+// *captured tells whether a closure kept the call's scope alive.
+static Val *call_user(Val *fn, Val **args, int nargs, uint32_t fresh, double *out, bool *captured) {
   Fn *f = fn->fn;
+  *captured = true;
   if (f->native) return f->native(args, nargs);
   check_stack();
   Env *scope = env_new(f->closure);
@@ -60,6 +62,7 @@ static Val *call_user(Val *fn, Val **args, int nargs, uint32_t fresh, double *ou
     else env_bind(scope, f->params[i], args[i]);
   }
   Val *r = out ? eval_tail_operand(f->body, scope, out) : eval_node(f->body, scope);
+  *captured = scope->captured != 0;
   env_release(scope);
   return r && is_ret(r) ? ret_val(r) : r;
 }
@@ -68,25 +71,43 @@ static Val *call_site(Node *n, Env *env, double *out) {
   int nargs = n->call.n;
   Val *inline_args[ARGS_INLINE];
   Val **args = nargs <= ARGS_INLINE ? inline_args : (Val **)xmalloc(sizeof(Val *) * (size_t)nargs);
-  uint32_t fresh = 0;
+  fnptr builtin = site_builtin(n);
+  uint32_t fresh = 0, lent = 0;
+  int lent_prev[ARGS_INLINE];
   for (int i = 0; i < nargs; i++) {
-    args[i] = eval_node(n->call.args[i], env);
+    Node *a = n->call.args[i];
+    if (!builtin && i < ARGS_INLINE && a && a->type == N_ID) {
+      // a variable's own number is lent to a user function, not given away
+      Val *v = eval_name(a, env);
+      if (v->type == V_NUM && v->len) {
+        lent_prev[i] = v->len;
+        v->len = NUM_LENT;
+        lent |= 1u << i;
+      }
+      args[i] = v;
+      continue;
+    }
+    args[i] = eval_node(a, env);
     // a number made just for this call may be owned by the parameter it binds
-    if (i < 32 && args[i]->type == V_NUM && fresh_number_node(n->call.args[i])) fresh |= 1u << i;
+    if (i < 32 && args[i]->type == V_NUM && fresh_number_node(a)) fresh |= 1u << i;
   }
   Val *result;
-  if (fnptr f = site_builtin(n)) {
-    result = f(args, nargs);
+  bool captured = true;
+  if (builtin) {
+    result = builtin(args, nargs);
   } else if (n->call.name) {
     Val *fn = env_get_cached(env, n->call.name, &n->cache_depth, &n->cache_slot);
     if (!fn) fatal("orvex-min: undefined: %s", n->call.name);
     if (fn->type != V_FN) fatal("orvex-min: not callable: %s", n->call.name);
-    result = call_user(fn, args, nargs, fresh, out);
+    result = call_user(fn, args, nargs, fresh, out, &captured);
   } else {
     Val *fn = n->call.callee ? eval_node(n->call.callee, env) : g_nil;
     if (fn->type != V_FN) fatal("orvex-min: not callable: %s", "<expr>");
-    result = call_user(fn, args, nargs, fresh, out);
+    result = call_user(fn, args, nargs, fresh, out, &captured);
   }
+  // Lent records come back in reverse order (one may be lent twice).
+  for (int i = nargs < ARGS_INLINE ? nargs - 1 : ARGS_INLINE - 1; lent && i >= 0; i--)
+    if (lent >> i & 1 && args[i]->len == NUM_LENT) args[i]->len = captured ? 0 : lent_prev[i];
   if (args != inline_args) xfree(args);
   return result;
 }
@@ -110,4 +131,7 @@ Val *eval_call_operand(Node *n, Env *env, double *out) {
   return nullptr;
 }
 
-Val *call_fn(Val *fn, Val **args, int nargs) { return call_user(fn, args, nargs, 0, nullptr); }
+Val *call_fn(Val *fn, Val **args, int nargs) {
+  bool captured;
+  return call_user(fn, args, nargs, 0, nullptr, &captured);
+}

@@ -18,6 +18,8 @@ Val *eval_call_node(Node *n, Env *env);
 Val *eval_operand(Node *n, Env *env, double *out);
 Val *eval_call_operand(Node *n, Env *env, double *out);
 bool call_site_is_math(Node *n);
+// The value of a variable, without giving its number record away.
+Val *eval_name(Node *n, Env *env);
 // A node whose number value is a record made just now, held by nothing else.
 bool fresh_number_node(Node *n);
 // Calls a function value; fn must be of kind V_FN. args may be null when nargs is 0.

@@ -99,6 +99,10 @@ Val *val_num(double n);
 // place, and a released scope may recycle it. Reading it as a value (not
 // inside arithmetic) gives the record away and clears the mark.
 constexpr int NUM_OWNED = 1;
+// An owned record passed to a user function as an argument is lent: it is
+// not updated in place or recycled until the call returns, and then owned
+// again unless the callee gave it away or kept its scope alive.
+constexpr int NUM_LENT = 2;
 void num_recycle(Val *v);
 Val *val_str_n(const char *s, int len);
 Val *val_str(const char *s);
