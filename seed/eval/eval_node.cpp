@@ -462,7 +462,8 @@ static void store_owned(Val **slot, double x) {
 // element's own record when it owns one.
 static Val *eval_idx_assign_effect(Node *n, Env *env) {
   Node *rhs = n->idx_assign.val;
-  if (!fresh_number_node(rhs)) return eval_idx_assign(n, env);
+  if (n->fresh_val < 0) n->fresh_val = fresh_number_node(rhs);
+  if (!n->fresh_val) return eval_idx_assign(n, env);
   Val *target = eval_node(n->idx_assign.obj, env);
   double i = 0, x = 0;
   Val *idx = eval_operand(n->idx_assign.idx, env, &i);
@@ -483,7 +484,8 @@ static Val *eval_idx_assign_effect(Node *n, Env *env) {
 // number stored into the field's own record when it owns one.
 static Val *eval_dot_assign_effect(Node *n, Env *env) {
   Node *rhs = n->dot_assign.val;
-  if (!fresh_number_node(rhs)) return eval_dot_assign(n, env);
+  if (n->fresh_val < 0) n->fresh_val = fresh_number_node(rhs);
+  if (!n->fresh_val) return eval_dot_assign(n, env);
   Val *target = dot_assign_target(n, env);
   double x;
   Val *v = eval_operand(rhs, env, &x);
@@ -508,9 +510,10 @@ static Val *eval_dot_assign_effect(Node *n, Env *env) {
 // A variable on the right (x = y) shares y's record instead.
 static Val *eval_assign_effect(Node *n, Env *env) {
   Node *rhs = n->assign.val;
-  if (fresh_number_node(rhs)) {
+  if (n->fresh_val < 0) n->fresh_val = fresh_number_node(rhs);
+  if (n->fresh_val) {
     double x;
-    Val *v = eval_operand(rhs, env, &x);
+    Val *v = operand(rhs, env, &x);
     if (!v) {
       Val **slot = env_slot_cached(env, n->assign.name, &n->cache_depth, &n->cache_slot);
       if (slot) {

@@ -19,6 +19,9 @@ struct Node {
   // outward, slot), re-checked on every use; -1 when unknown. N_STR keeps
   // its text length in cache_slot.
   int32_t cache_depth, cache_slot;
+  // Assignments: whether the value is a number record made just for them
+  // (-1 until first evaluated).
+  int8_t fresh_val;
   union {
     double num;
     const char *str;

@@ -115,7 +115,7 @@ search:
   return nullptr;
 }
 
-Val **env_slot_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
+Val **env_slot_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
   Env *s = env_locate(e, sym, depth, slot);
   return s ? &s->vals[*slot] : nullptr;
 }

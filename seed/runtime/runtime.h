@@ -195,7 +195,11 @@ inline Val *env_get_cached(Env *e, const char *sym, int32_t *depth, int32_t *slo
   return env_get_cached_slow(e, sym, depth, slot);
 }
 // The slot holding the binding env_get would find, or null.
-Val **env_slot_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot);
+Val **env_slot_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot);
+inline Val **env_slot_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
+  if (*depth == 0 && *slot < e->len && e->keys[*slot] == sym) return &e->vals[*slot];
+  return env_slot_cached_slow(e, sym, depth, slot);
+}
 void env_set_cached(Env *e, const char *sym, Val *val, int32_t *depth, int32_t *slot);
 // Returns a call scope to the pool when nothing closed over it.
 void env_release(Env *e);
