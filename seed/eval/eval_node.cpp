@@ -34,6 +34,12 @@ static inline void fuzz_step() {
 
 static Val *index_value(Val *obj, Val *idx, double x, bool give_away);
 
+// The container of a field access or index: usually a variable, read here
+// directly (a container is not a number, so nothing is given away).
+static inline Val *container(Node *n, Env *env) {
+  return n && n->type == N_ID ? eval_id(n, env) : eval_node(n, env);
+}
+
 static Val *eval_operand_slow(Node *n, Env *env, double *x);
 
 // Arithmetic works on unboxed doubles: an operand whose value is a number
@@ -68,7 +74,7 @@ static Val *eval_operand_slow(Node *n, Env *env, double *x) {
       case N_BIN: return eval_bin(n, env, x);
       case N_CALL: return eval_call_operand(n, env, x);
       case N_IDX: {
-        Val *obj = eval_node(n->idx.obj, env);
+        Val *obj = container(n->idx.obj, env);
         double i = 0;
         Val *idx = operand(n->idx.idx, env, &i);
         Val *v = index_value(obj, idx, i, false);
@@ -77,7 +83,7 @@ static Val *eval_operand_slow(Node *n, Env *env, double *x) {
         return nullptr;
       }
       case N_DOT: {
-        Val *obj = eval_node(n->dot.obj, env);
+        Val *obj = container(n->dot.obj, env);
         if (obj->type != V_OBJ) return g_nil;
         Val **slot = obj_slot_sym(obj, n->dot.field);
         if (!slot) return g_nil;
