@@ -72,6 +72,11 @@ static Val *call_site(Node *n, Env *env, double *out) {
   Val *inline_args[ARGS_INLINE];
   Val **args = nargs <= ARGS_INLINE ? inline_args : (Val **)xmalloc(sizeof(Val *) * (size_t)nargs);
   fnptr builtin = site_builtin(n);
+  if (!n->call.fresh_ready) {
+    for (int i = 0; i < nargs && i < 32; i++)
+      if (fresh_number_node(n->call.args[i])) n->call.fresh_args |= 1u << i;
+    n->call.fresh_ready = 1;
+  }
   uint32_t fresh = 0, lent = 0;
   int lent_prev[ARGS_INLINE];
   for (int i = 0; i < nargs; i++) {
@@ -89,7 +94,7 @@ static Val *call_site(Node *n, Env *env, double *out) {
     }
     args[i] = eval_node(a, env);
     // a number made just for this call may be owned by the parameter it binds
-    if (i < 32 && args[i]->type == V_NUM && fresh_number_node(a)) fresh |= 1u << i;
+    if (i < 32 && (n->call.fresh_args >> i & 1) && args[i]->type == V_NUM) fresh |= 1u << i;
   }
   Val *result;
   bool captured = true;

@@ -8,8 +8,6 @@
 // Call scopes that no closure captured come back here and are reused, with
 // their arrays, by later calls.
 static Env *g_env_pool;
-// Past this many bindings a scope gets a hash index (by name identity).
-static const int ENV_INDEX_MIN = 24;
 
 Env *env_new(Env *parent) {
   Env *e = g_env_pool;
@@ -89,7 +87,7 @@ void env_set(Env *e, const char *sym, Val *val) {
 
 void env_bind(Env *e, const char *sym, Val *val) { env_set_local(e, sym, val); }
 
-void env_push(Env *e, const char *sym, Val *val) { env_append(e, sym, val); }
+void env_push_slow(Env *e, const char *sym, Val *val) { env_append(e, sym, val); }
 
 // The binding env_get would find, located as (scope, slot); null when unbound.
 static Env *env_locate(Env *e, const char *sym, int32_t *depth, int32_t *slot) {

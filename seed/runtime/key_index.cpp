@@ -20,8 +20,7 @@ int keys_find_indexed(const char *const *keys, const KeyIndex *ix, const char *s
 }
 
 // The index stays at most half full; it is rebuilt at twice the key room.
-void keys_added(const char *const *keys, int len, int room, KeyIndex *ix, int min_len) {
-  if (len < min_len) return;
+void keys_index_add(const char *const *keys, int len, int room, KeyIndex *ix) {
   if (ix->slots && len * 2 <= ix->cap) {
     index_put(keys, ix, len - 1);
     return;

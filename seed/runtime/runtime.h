@@ -45,7 +45,10 @@ inline int keys_find(const char *const *keys, int len, const KeyIndex *ix, const
   return -1;
 }
 // Call after appending keys[len - 1]; builds the index from min_len keys on.
-void keys_added(const char *const *keys, int len, int room, KeyIndex *ix, int min_len);
+void keys_index_add(const char *const *keys, int len, int room, KeyIndex *ix);
+inline void keys_added(const char *const *keys, int len, int room, KeyIndex *ix, int min_len) {
+  if (len >= min_len) keys_index_add(keys, len, room, ix);
+}
 void keys_index_drop(KeyIndex *ix);
 
 struct Lst {
@@ -160,6 +163,8 @@ void out_flush();
 // Keys are interned names: compared by identity. Small scopes keep their
 // bindings in the record itself.
 constexpr int ENV_INLINE = 4;
+// Past this many bindings a scope gets a hash index (by name identity).
+constexpr int ENV_INDEX_MIN = 24;
 struct Env {
   Env *parent;
   const char **keys;
@@ -176,7 +181,16 @@ void env_set_local(Env *e, const char *sym, Val *val);
 void env_set(Env *e, const char *sym, Val *val);
 void env_bind(Env *e, const char *sym, Val *val);
 // Appends a binding the caller knows e does not have yet.
-void env_push(Env *e, const char *sym, Val *val);
+void env_push_slow(Env *e, const char *sym, Val *val);
+inline void env_push(Env *e, const char *sym, Val *val) {
+  if (e->len < e->cap && e->len + 1 < ENV_INDEX_MIN) {
+    e->keys[e->len] = sym;
+    e->vals[e->len] = val;
+    e->len++;
+    return;
+  }
+  env_push_slow(e, sym, val);
+}
 // Lookup and assignment that remember where the name was found (scopes
 // outward and slot) and re-check that place first next time.
 Val *env_get_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot);
