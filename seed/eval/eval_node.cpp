@@ -250,7 +250,7 @@ static Val *eval_dot_assign(Node *n, Env *env) {
 
 // Negative indexes are not counted from the end here, and a list never grows.
 static Val *eval_idx_assign(Node *n, Env *env) {
-  Val *target = eval_node(n->idx_assign.obj, env);
+  Val *target = container(n->idx_assign.obj, env);
   double x = 0;
   Val *idx = eval_operand(n->idx_assign.idx, env, &x);
   Val *v = eval_node(n->idx_assign.val, env);
@@ -426,13 +426,13 @@ Val *eval_node(Node *n, Env *env) {
         continue;
       }
       case N_IDX: {
-        Val *obj = eval_node(n->idx.obj, env);
+        Val *obj = container(n->idx.obj, env);
         double x = 0;
         Val *idx = eval_operand(n->idx.idx, env, &x);
         return index_value(obj, idx, x, true);
       }
       case N_DOT: {
-        Val *obj = eval_node(n->dot.obj, env);
+        Val *obj = container(n->dot.obj, env);
         return obj->type == V_OBJ ? obj_get_sym(obj, n->dot.field) : g_nil;
       }
       case N_USE: do_use(n->use.path, env); return g_nil;
@@ -470,7 +470,7 @@ static Val *eval_idx_assign_effect(Node *n, Env *env) {
   Node *rhs = n->idx_assign.val;
   if (n->fresh_val < 0) n->fresh_val = fresh_number_node(rhs);
   if (!n->fresh_val) return eval_idx_assign(n, env);
-  Val *target = eval_node(n->idx_assign.obj, env);
+  Val *target = container(n->idx_assign.obj, env);
   double i = 0, x = 0;
   Val *idx = eval_operand(n->idx_assign.idx, env, &i);
   Val *v = eval_operand(rhs, env, &x);
