@@ -263,7 +263,9 @@ static Val *eval_idx_assign(Node *n, Env *env) {
   return v;
 }
 
-static inline bool is_marker(Val *v) { return v == g_brk_sentinel || v == g_cnt_sentinel || is_ret(v); }
+static inline bool is_marker(Val *v) {
+  return v == g_brk_sentinel || v == g_cnt_sentinel || (v->type == V_LST && is_ret(v));
+}
 
 // Runs every statement of a block but the last; the value that stops it
 // (a marker, or nil for an empty block), else null.
@@ -292,7 +294,7 @@ static inline LoopStep loop_body(Node *body, Env *env, Val **result, bool effect
     return STEP_ON;
   }
   *result = r;
-  return is_ret(r) ? STEP_RETURN : STEP_ON;
+  return r->type == V_LST && is_ret(r) ? STEP_RETURN : STEP_ON;
 }
 
 // The branch an if runs (null when none applies).
