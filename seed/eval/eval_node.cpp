@@ -13,7 +13,7 @@ char g_cur_file[PATH_MAX_LEN + 1];
   fatal("orvex-min: undefined: %s (in %s)", id, g_cur_file[0] ? g_cur_file : "?");
 }
 
-static inline Val *eval_id(Node *n, Env *env) {
+[[gnu::always_inline]] static inline Val *eval_id(Node *n, Env *env) {
   Val *v = env_get_cached(env, n->id, &n->cache_depth, &n->cache_slot);
   if (v) return v;
   if (n->id[0] == '_' && n->id[1] == '_') return g_nil;
@@ -22,7 +22,7 @@ static inline Val *eval_id(Node *n, Env *env) {
 
 Val *eval_name(Node *n, Env *env) { return eval_id(n, env); }
 
-static Val *eval_bin(Node *n, Env *env, double *x);
+[[gnu::always_inline]] static inline Val *eval_bin(Node *n, Env *env, double *x);
 
 // Fuzzing builds give each run a budget of evaluation steps; a loop
 // iteration counts as one even when its condition and body cost nothing.
@@ -41,13 +41,14 @@ static inline Val *container(Node *n, Env *env) {
 }
 
 static Val *eval_operand_slow(Node *n, Env *env, double *x);
+[[gnu::always_inline]] static inline Val *effect(Node *n, Env *env);
 
 // Arithmetic works on unboxed doubles: an operand whose value is a number
 // yields it through *x and returns null, so intermediate results never
 // become records; any other operand returns its value. Only a result that
 // is kept (bound, stored, passed) gets a record. Numbers and variables, the
 // usual operands, are handled inline.
-static inline Val *operand(Node *n, Env *env, double *x) {
+[[gnu::always_inline]] static inline Val *operand(Node *n, Env *env, double *x) {
   if (n) {
     if (n->type == N_NUM) {
       *x = n->num;
@@ -61,6 +62,7 @@ static inline Val *operand(Node *n, Env *env, double *x) {
       *x = v->n;
       return nullptr;
     }
+    if (n->type == N_BIN) return eval_bin(n, env, x);
   }
   return eval_operand_slow(n, env, x);
 }
@@ -105,26 +107,12 @@ static inline double as_num(Val *v, double x) {
 
 static bool operand_truthy(Node *n, Env *env) {
   double x;
-  // Comparisons of numbers decide without going through a truth value.
-  if (n && n->type == N_BIN) {
-    char op = n->bin.op;
-    if (op == '<' || op == '>' || op == 'l' || op == 'g') {
-      double y = 0;
-      x = 0;
-      Val *a = operand(n->bin.left, env, &x);
-      Val *b = operand(n->bin.right, env, &y);
-      x = as_num(a, x);
-      y = as_num(b, y);
-      switch (op) {
-        case '<': return x < y;
-        case '>': return x > y;
-        case 'l': return x <= y;
-        default: return x >= y;
-      }
-    }
-  }
   Val *v = operand(n, env, &x);
-  return v ? val_truthy(v) != 0 : x != 0;
+  if (!v) return x != 0;
+  // comparisons answer with the shared truth records
+  if (v == g_true) return true;
+  if (v == g_false) return false;
+  return val_truthy(v) != 0;
 }
 
 static void render_operand(StrBuf *b, Val *v, double x) {
@@ -169,19 +157,8 @@ static inline double num_mod(double x, double y) {
   return fmod(x, y);
 }
 
-static Val *eval_bin(Node *n, Env *env, double *out) {
-  char op = n->bin.op;
-  if (op == '|') {
-    if (operand_truthy(n->bin.left, env)) return g_true;
-    return val_bool(operand_truthy(n->bin.right, env));
-  }
-  if (op == '&') {
-    if (!operand_truthy(n->bin.left, env)) return g_false;
-    return val_bool(operand_truthy(n->bin.right, env));
-  }
-  double x = 0, y = 0;
-  Val *a = operand(n->bin.left, env, &x);
-  Val *b = operand(n->bin.right, env, &y);
+// The operator applied to two evaluated operands (null: the number in x).
+static Val *bin_apply(char op, Val *a, double x, Val *b, double y, double *out) {
   switch (op) {
     case '+':
       if (a && a->type == V_STR) return concat_text(a, x, b, y);
@@ -206,6 +183,105 @@ static Val *eval_bin(Node *n, Env *env, double *out) {
     case '!': return val_bool(!operands_equal(a, x, b, y));
     default: return g_nil;
   }
+}
+
+static Val *eval_bin_generic(Node *n, Env *env, double *out) {
+  char op = n->bin.op;
+  if (op == '|') {
+    if (operand_truthy(n->bin.left, env)) return g_true;
+    return val_bool(operand_truthy(n->bin.right, env));
+  }
+  if (op == '&') {
+    if (!operand_truthy(n->bin.left, env)) return g_false;
+    return val_bool(operand_truthy(n->bin.right, env));
+  }
+  double x = 0, y = 0;
+  Val *a = operand(n->bin.left, env, &x);
+  Val *b = operand(n->bin.right, env, &y);
+  return bin_apply(op, a, x, b, y, out);
+}
+
+// Operators on the usual operand shapes (number literals, variables) get
+// their own code, chosen once per node: both sides are read without the
+// generic operand dispatch, and two numbers skip the text and list cases.
+enum OperandKind { K_ANY, K_NUM, K_ID };
+
+template <int K>
+[[gnu::always_inline]] static inline Val *fetch(Node *n, Env *env, double *x) {
+  if constexpr (K == K_NUM) {
+    *x = n->num;
+    return nullptr;
+  } else if constexpr (K == K_ID) {
+    Val *v = eval_id(n, env);
+    if (v->type != V_NUM) return v;
+    *x = v->n;
+    return nullptr;
+  } else {
+    return operand(n, env, x);
+  }
+}
+
+template <char OP, int LK, int RK>
+static Val *bin_spec(Node *n, Env *env, double *out) {
+  double x = 0, y = 0;
+  Val *a = fetch<LK>(n->bin.left, env, &x);
+  Val *b = fetch<RK>(n->bin.right, env, &y);
+  if (__builtin_expect(a != nullptr || b != nullptr, 0)) return bin_apply(OP, a, x, b, y, out);
+  switch (OP) {
+    case '+': *out = x + y; return nullptr;
+    case '-': *out = x - y; return nullptr;
+    case '*': *out = x * y; return nullptr;
+    case '/':
+      if (y == 0) orvex_throw("division by zero");
+      *out = x / y;
+      return nullptr;
+    case '%': *out = num_mod(x, y); return nullptr;
+    case '<': return x < y ? g_true : g_false;
+    case '>': return x > y ? g_true : g_false;
+    case 'l': return x <= y ? g_true : g_false;
+    case 'g': return x >= y ? g_true : g_false;
+    case '=': return x == y ? g_true : g_false;
+    default: return x != y ? g_true : g_false;
+  }
+}
+
+template <char OP>
+static OperandFn bin_for_kinds(int lk, int rk) {
+  static const OperandFn table[3][3] = {
+      {bin_spec<OP, K_ANY, K_ANY>, bin_spec<OP, K_ANY, K_NUM>, bin_spec<OP, K_ANY, K_ID>},
+      {bin_spec<OP, K_NUM, K_ANY>, bin_spec<OP, K_NUM, K_NUM>, bin_spec<OP, K_NUM, K_ID>},
+      {bin_spec<OP, K_ID, K_ANY>, bin_spec<OP, K_ID, K_NUM>, bin_spec<OP, K_ID, K_ID>},
+  };
+  return table[lk][rk];
+}
+
+static int operand_kind(Node *n) {
+  if (!n) return K_ANY;
+  return n->type == N_NUM ? K_NUM : n->type == N_ID ? K_ID : K_ANY;
+}
+
+static OperandFn choose_bin(Node *n) {
+  int l = operand_kind(n->bin.left), r = operand_kind(n->bin.right);
+  switch (n->bin.op) {
+    case '+': return bin_for_kinds<'+'>(l, r);
+    case '-': return bin_for_kinds<'-'>(l, r);
+    case '*': return bin_for_kinds<'*'>(l, r);
+    case '/': return bin_for_kinds<'/'>(l, r);
+    case '%': return bin_for_kinds<'%'>(l, r);
+    case '<': return bin_for_kinds<'<'>(l, r);
+    case '>': return bin_for_kinds<'>'>(l, r);
+    case 'l': return bin_for_kinds<'l'>(l, r);
+    case 'g': return bin_for_kinds<'g'>(l, r);
+    case '=': return bin_for_kinds<'='>(l, r);
+    case '!': return bin_for_kinds<'!'>(l, r);
+    default: return eval_bin_generic;
+  }
+}
+
+[[gnu::always_inline]] static inline Val *eval_bin(Node *n, Env *env, double *out) {
+  OperandFn f = n->operand_fn;
+  if (__builtin_expect(!f, 0)) f = n->operand_fn = choose_bin(n);
+  return f(n, env, out);
 }
 
 // idx null means the index is the number x (evaluated unboxed). A list
@@ -273,7 +349,7 @@ static Val *run_block_prefix(Node *n, Env *env) {
   int last = n->block.n - 1;
   if (last < 0) return g_nil;
   for (int i = 0; i < last; i++) {
-    Val *v = eval_effect(n->block.stmts[i], env);
+    Val *v = effect(n->block.stmts[i], env);
     if (is_marker(v)) return v;
   }
   return nullptr;
@@ -283,8 +359,8 @@ static Val *run_block_prefix(Node *n, Env *env) {
 // result), a return marker leaves the loop as its value.
 enum LoopStep { STEP_ON, STEP_BREAK, STEP_RETURN };
 
-static inline LoopStep loop_body(Node *body, Env *env, Val **result, bool effect) {
-  Val *r = effect ? eval_effect(body, env) : eval_node(body, env);
+static inline LoopStep loop_body(Node *body, Env *env, Val **result, bool as_effect) {
+  Val *r = as_effect ? effect(body, env) : eval_node(body, env);
   if (r == g_brk_sentinel) {
     *result = g_nil;
     return STEP_BREAK;
@@ -305,24 +381,33 @@ static Node *choose_branch(Node *n, Env *env) {
   return n->iff.els;
 }
 
-static Val *eval_while(Node *n, Env *env, bool effect) {
+// A block of one statement gives that statement's value: loops run the
+// statement itself.
+static Node *loop_stmt(Node *body) {
+  while (body && body->type == N_BLOCK && body->block.n == 1) body = body->block.stmts[0];
+  return body;
+}
+
+static Val *eval_while(Node *n, Env *env, bool as_effect) {
   Val *result = g_nil;
-  while (operand_truthy(n->whl.cond, env)) {
+  Node *cond = n->whl.cond, *body = loop_stmt(n->whl.body);
+  while (operand_truthy(cond, env)) {
     fuzz_step();
-    if (loop_body(n->whl.body, env, &result, effect) != STEP_ON) break;
+    if (loop_body(body, env, &result, as_effect) != STEP_ON) break;
   }
   return result;
 }
 
 // The length is read again before every element: the body may append.
-static Val *eval_for(Node *n, Env *env, bool effect) {
+static Val *eval_for(Node *n, Env *env, bool as_effect) {
   Val *xs = eval_node(n->forin.iter, env);
   Val *result = g_nil;
   if (xs->type != V_LST) return g_nil;
+  Node *body = loop_stmt(n->forin.body);
   for (int i = 0; i < xs->lst->len; i++) {
     fuzz_step();
     env_set_cached(env, n->forin.var, lst_at(xs, i), &n->cache_depth, &n->cache_slot);
-    if (loop_body(n->forin.body, env, &result, effect) != STEP_ON) break;
+    if (loop_body(body, env, &result, as_effect) != STEP_ON) break;
   }
   return result;
 }
@@ -543,28 +628,88 @@ static Val *eval_assign_effect(Node *n, Env *env) {
 
 static bool is_math_call(Node *n) { return n->type == N_CALL && call_site_is_math(n); }
 
-Val *eval_effect(Node *n, Env *env) {
-  for (;;) {
-    if (!n) return g_nil;
-    switch (n->type) {
-      case N_ASSIGN: return eval_assign_effect(n, env);
-      case N_DOT_ASSIGN: return eval_dot_assign_effect(n, env);
-      case N_IDX_ASSIGN: return eval_idx_assign_effect(n, env);
-      case N_WHILE: return eval_while(n, env, true);
-      case N_FOR: return eval_for(n, env, true);
-      case N_IF: n = choose_branch(n, env); continue;
-      case N_BLOCK: {
-        Val *v = g_nil;
-        for (int i = 0; i < n->block.n; i++) {
-          v = eval_effect(n->block.stmts[i], env);
-          if (is_marker(v)) return v;
-        }
-        return v;
-      }
-      default: return eval_node(n, env);
-    }
+static Val *block_effect(Node *n, Env *env) {
+  Val *v = g_nil;
+  for (int i = 0; i < n->block.n; i++) {
+    v = effect(n->block.stmts[i], env);
+    if (is_marker(v)) return v;
+  }
+  return v;
+}
+
+static Val *if_effect(Node *n, Env *env) { return effect(choose_branch(n, env), env); }
+static Val *while_effect(Node *n, Env *env) { return eval_while(n, env, true); }
+static Val *for_effect(Node *n, Env *env) { return eval_for(n, env, true); }
+
+// `x = x OP y` (and `x += y`) with y a number literal or a variable: the
+// variable's slot is found once and, when it holds a number it owns,
+// updated in place. Anything unusual takes the general path.
+template <char OP, int RK>
+static Val *assign_self_effect(Node *n, Env *env) {
+  Node *rhs = n->assign.val;
+  Val **slot = env_slot_cached(env, n->assign.name, &n->cache_depth, &n->cache_slot);
+  double y;
+  if (!slot || (*slot)->type != V_NUM || fetch<RK>(rhs->bin.right, env, &y))
+    return eval_assign_effect(n, env);
+  double x = (*slot)->n, r;
+  switch (OP) {
+    case '+': r = x + y; break;
+    case '-': r = x - y; break;
+    case '*': r = x * y; break;
+    case '/':
+      if (y == 0) orvex_throw("division by zero");
+      r = x / y;
+      break;
+    default: r = num_mod(x, y); break;
+  }
+  store_owned(slot, r);
+  return g_nil;
+}
+
+template <char OP>
+static EffectFn self_for_kind(int rk) {
+  return rk == K_NUM ? assign_self_effect<OP, K_NUM> : assign_self_effect<OP, K_ID>;
+}
+
+static EffectFn choose_assign_effect(Node *n) {
+  Node *rhs = n->assign.val;
+  if (!rhs || rhs->type != N_BIN || !rhs->bin.left || rhs->bin.left->type != N_ID ||
+      rhs->bin.left->id != n->assign.name)
+    return eval_assign_effect;
+  int rk = operand_kind(rhs->bin.right);
+  if (rk == K_ANY) return eval_assign_effect;
+  switch (rhs->bin.op) {
+    case '+': return self_for_kind<'+'>(rk);
+    case '-': return self_for_kind<'-'>(rk);
+    case '*': return self_for_kind<'*'>(rk);
+    case '/': return self_for_kind<'/'>(rk);
+    case '%': return self_for_kind<'%'>(rk);
+    default: return eval_assign_effect;
   }
 }
+
+static EffectFn choose_effect(Node *n) {
+  switch (n->type) {
+    case N_ASSIGN: return choose_assign_effect(n);
+    case N_DOT_ASSIGN: return eval_dot_assign_effect;
+    case N_IDX_ASSIGN: return eval_idx_assign_effect;
+    case N_WHILE: return while_effect;
+    case N_FOR: return for_effect;
+    case N_IF: return if_effect;
+    case N_BLOCK: return block_effect;
+    case N_CALL: return eval_call_node;
+    default: return eval_node;
+  }
+}
+
+[[gnu::always_inline]] static inline Val *effect(Node *n, Env *env) {
+  if (!n) return g_nil;
+  EffectFn f = n->effect_fn;
+  if (__builtin_expect(!f, 0)) f = n->effect_fn = choose_effect(n);
+  return f(n, env);
+}
+
+Val *eval_effect(Node *n, Env *env) { return effect(n, env); }
 
 Val *eval_tail_operand(Node *n, Env *env, double *out) {
   for (;;) {

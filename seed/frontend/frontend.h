@@ -3,7 +3,11 @@
 #include <cstdint>
 
 struct Val;
+struct Env;
+struct Node;
 typedef Val *(*fnptr)(Val **args, int nargs);
+typedef Val *(*OperandFn)(Node *n, Env *env, double *out);
+typedef Val *(*EffectFn)(Node *n, Env *env);
 
 enum NType : uint32_t {
   N_NUM = 0, N_STR, N_BOOL, N_NIL, N_ID, N_LST, N_OBJ, N_BIN, N_UNARY,
@@ -22,6 +26,10 @@ struct Node {
   // Assignments: whether the value is a number record made just for them
   // (-1 until first evaluated).
   int8_t fresh_val;
+  // The evaluator's code for this node's shape, chosen at its first use
+  // (null until then): inside arithmetic, and where the value is dropped.
+  OperandFn operand_fn;
+  EffectFn effect_fn;
   union {
     double num;
     const char *str;
