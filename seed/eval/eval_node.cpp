@@ -461,77 +461,116 @@ static Val *eval_obj_literal(Node *n, Env *env) {
   return v;
 }
 
-// The chosen branch of an if and the last statement of a block replace the
-// node in this same loop, so tail positions add no native stack depth.
+static Val *num_value(Node *n, Env *) { return val_num(n->num); }
+
+// A fresh record each time; the bytes never change, so they are shared.
+static Val *str_value(Node *n, Env *) {
+  if (n->cache_slot < 0) n->cache_slot = (int32_t)strlen(n->str);
+  return val_str_own((char *)n->str, n->cache_slot);
+}
+
+static Val *bool_value(Node *n, Env *) { return val_bool(n->b); }
+static Val *nil_value(Node *, Env *) { return g_nil; }
+
+static Val *id_value(Node *n, Env *env) {
+  Val *v = eval_id(n, env);
+  if (v->type == V_NUM) v->len = 0;  // given away: no longer owned by its slot
+  return v;
+}
+
+static Val *bin_value(Node *n, Env *env) {
+  double x;
+  Val *v = eval_bin(n, env, &x);
+  return v ? v : val_num(x);
+}
+
+static Val *unary_value(Node *n, Env *env) {
+  Val *v = eval_node(n->unary.operand, env);
+  if (n->unary.op == '!') return val_bool(!val_truthy(v));
+  if (n->unary.op == '-') return val_num(v->type == V_NUM ? -v->n : -0.0);
+  return v;
+}
+
+// The chosen branch of an if and the last statement of a block are tail
+// calls: they add no native stack depth.
+static Val *if_value(Node *n, Env *env) { return eval_node(choose_branch(n, env), env); }
+
+static Val *block_value(Node *n, Env *env) {
+  if (Val *stop = run_block_prefix(n, env)) return stop;
+  return eval_node(n->block.stmts[n->block.n - 1], env);
+}
+
+static Val *while_value(Node *n, Env *env) { return eval_while(n, env, false); }
+static Val *for_value(Node *n, Env *env) { return eval_for(n, env, false); }
+
+static Val *assign_value(Node *n, Env *env) {
+  Val *v = eval_node(n->assign.val, env);
+  env_set_cached(env, n->assign.name, v, &n->cache_depth, &n->cache_slot);
+  return v;
+}
+
+static Val *idx_value(Node *n, Env *env) {
+  Val *obj = container(n->idx.obj, env);
+  double x = 0;
+  Val *idx = operand(n->idx.idx, env, &x);
+  return index_value(obj, idx, x, true);
+}
+
+static Val *dot_value(Node *n, Env *env) {
+  Val *obj = container(n->dot.obj, env);
+  return obj->type == V_OBJ ? obj_get_sym(obj, n->dot.field) : g_nil;
+}
+
+static Val *use_value(Node *n, Env *env) {
+  do_use(n->use.path, env);
+  return g_nil;
+}
+
+static Val *brk_value(Node *, Env *) { return g_brk_sentinel; }
+static Val *cnt_value(Node *, Env *) { return g_cnt_sentinel; }
+
+static Val *ret_value(Node *n, Env *env) {
+  Val *v = eval_node(n->ret.ex, env);
+  return n->ret.direct ? make_direct_ret(v) : make_ret(v);
+}
+
+static EffectFn choose_value(Node *n) {
+  switch (n->type) {
+    case N_NUM: return num_value;
+    case N_STR: return str_value;
+    case N_BOOL: return bool_value;
+    case N_NIL: return nil_value;
+    case N_ID: return id_value;
+    case N_LST: return eval_list_literal;
+    case N_OBJ: return eval_obj_literal;
+    case N_BIN: return bin_value;
+    case N_UNARY: return unary_value;
+    case N_CALL: return eval_call_node;
+    case N_IF: return if_value;
+    case N_WHILE: return while_value;
+    case N_FOR: return for_value;
+    case N_ASSIGN: return assign_value;
+    case N_DOT_ASSIGN: return eval_dot_assign;
+    case N_IDX_ASSIGN: return eval_idx_assign;
+    case N_FN: return eval_fn_literal;
+    case N_BLOCK: return block_value;
+    case N_IDX: return idx_value;
+    case N_DOT: return dot_value;
+    case N_USE: return use_value;
+    case N_BRK: return brk_value;
+    case N_CNT: return cnt_value;
+    case N_RET: return ret_value;
+    default: return nil_value;
+  }
+}
+
 Val *eval_node(Node *n, Env *env) {
   check_stack();
   fuzz_step();
-  for (;;) {
-    if (!n) return g_nil;
-    switch (n->type) {
-      case N_NUM: return val_num(n->num);
-      case N_STR: {
-        // A fresh record each time; the bytes never change, so they are shared.
-        if (n->cache_slot < 0) n->cache_slot = (int32_t)strlen(n->str);
-        return val_str_own((char *)n->str, n->cache_slot);
-      }
-      case N_BOOL: return val_bool(n->b);
-      case N_NIL: return g_nil;
-      case N_ID: {
-        Val *v = eval_id(n, env);
-        if (v->type == V_NUM) v->len = 0;  // given away: no longer owned by its slot
-        return v;
-      }
-      case N_LST: return eval_list_literal(n, env);
-      case N_OBJ: return eval_obj_literal(n, env);
-      case N_BIN: {
-        double x;
-        Val *v = eval_bin(n, env, &x);
-        return v ? v : val_num(x);
-      }
-      case N_UNARY: {
-        Val *v = eval_node(n->unary.operand, env);
-        if (n->unary.op == '!') return val_bool(!val_truthy(v));
-        if (n->unary.op == '-') return val_num(v->type == V_NUM ? -v->n : -0.0);
-        return v;
-      }
-      case N_CALL: return eval_call_node(n, env);
-      case N_IF: n = choose_branch(n, env); continue;
-      case N_WHILE: return eval_while(n, env, false);
-      case N_FOR: return eval_for(n, env, false);
-      case N_ASSIGN: {
-        Val *v = eval_node(n->assign.val, env);
-        env_set_cached(env, n->assign.name, v, &n->cache_depth, &n->cache_slot);
-        return v;
-      }
-      case N_DOT_ASSIGN: return eval_dot_assign(n, env);
-      case N_IDX_ASSIGN: return eval_idx_assign(n, env);
-      case N_FN: return eval_fn_literal(n, env);
-      case N_BLOCK: {
-        if (Val *stop = run_block_prefix(n, env)) return stop;
-        n = n->block.stmts[n->block.n - 1];
-        continue;
-      }
-      case N_IDX: {
-        Val *obj = container(n->idx.obj, env);
-        double x = 0;
-        Val *idx = eval_operand(n->idx.idx, env, &x);
-        return index_value(obj, idx, x, true);
-      }
-      case N_DOT: {
-        Val *obj = container(n->dot.obj, env);
-        return obj->type == V_OBJ ? obj_get_sym(obj, n->dot.field) : g_nil;
-      }
-      case N_USE: do_use(n->use.path, env); return g_nil;
-      case N_BRK: return g_brk_sentinel;
-      case N_CNT: return g_cnt_sentinel;
-      case N_RET: {
-        Val *v = eval_node(n->ret.ex, env);
-        return n->ret.direct ? make_direct_ret(v) : make_ret(v);
-      }
-      default: return g_nil;
-    }
-  }
+  if (!n) return g_nil;
+  EffectFn f = n->value_fn;
+  if (__builtin_expect(!f, 0)) f = n->value_fn = choose_value(n);
+  return f(n, env);
 }
 
 static bool is_math_call(Node *n);

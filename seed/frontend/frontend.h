@@ -27,7 +27,9 @@ struct Node {
   // (-1 until first evaluated).
   int8_t fresh_val;
   // The evaluator's code for this node's shape, chosen at its first use
-  // (null until then): inside arithmetic, and where the value is dropped.
+  // (null until then): for its value, inside arithmetic, and where the
+  // value is dropped.
+  EffectFn value_fn;
   OperandFn operand_fn;
   EffectFn effect_fn;
   union {
