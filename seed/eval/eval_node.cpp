@@ -120,7 +120,31 @@ static void render_operand(StrBuf *b, Val *v, double x) {
   else render_num(b, x);
 }
 
+// The bytes a text or number operand of "+" contributes (as rendering gives
+// them); false for other kinds.
+static bool plain_piece(Val *v, double x, char *buf, const char **p, size_t *n) {
+  if (v && v->type == V_STR) {
+    *p = v->s;
+    *n = strlen(v->s);
+    return true;
+  }
+  if (v && v->type != V_NUM) return false;
+  *p = buf;
+  *n = (size_t)format_num(buf, v ? v->n : x);
+  return true;
+}
+
 static Val *concat_text(Val *a, double x, Val *b, double y) {
+  char bufa[NUM_TEXT_MAX], bufb[NUM_TEXT_MAX];
+  const char *pa, *pb;
+  size_t na, nb;
+  if (plain_piece(a, x, bufa, &pa, &na) && plain_piece(b, y, bufb, &pb, &nb) && na + nb < INT32_MAX) {
+    char *s = text_bytes(na + nb + 1);
+    memcpy(s, pa, na);
+    memcpy(s + na, pb, nb);
+    s[na + nb] = 0;
+    return val_str_own(s, (int)(na + nb));
+  }
   StrBuf sb;
   sb_init(&sb);
   render_operand(&sb, a, x);

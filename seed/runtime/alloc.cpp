@@ -140,6 +140,11 @@ void *xarena(size_t n) {
   return p;
 }
 
+char *text_bytes(size_t n) {
+  // long texts would leave the rest of an arena chunk unused
+  return n <= 4096 ? (char *)xarena(n) : (char *)xmalloc(n);
+}
+
 #ifdef ORVEX_FUZZ
 static void arena_reset() { g_arena_ptr = g_arena_end = nullptr; }
 #endif

@@ -31,6 +31,7 @@ void env_release(Env *e) {
   for (int i = 0; i < e->len; i++)
     if (e->vals[i]->type == V_NUM && e->vals[i]->len == NUM_OWNED) num_recycle(e->vals[i]);
   e->len = 0;
+  e->names = 0;
   if (e->index.slots) keys_index_drop(&e->index);
   e->parent = g_env_pool;
   g_env_pool = e;
@@ -65,6 +66,7 @@ static void env_append(Env *e, const char *sym, Val *val) {
   e->keys[e->len] = sym;
   e->vals[e->len] = val;
   e->len++;
+  e->names |= name_bit(sym);
   keys_added(e->keys, e->len, e->cap, &e->index, ENV_INDEX_MIN);
 }
 
@@ -95,9 +97,10 @@ static Env *env_locate(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
   if (d >= 0) {
     // The remembered place holds when no nearer scope has gained the name
     // and the scope there still has it in that slot.
+    uint64_t bit = name_bit(sym);
     Env *s = e;
     for (int k = 0; k < d && s; k++, s = s->parent)
-      if (env_find(s, sym) >= 0) goto search;
+      if ((s->names & bit) && env_find(s, sym) >= 0) goto search;
     if (s && *slot < s->len && s->keys[*slot] == sym) return s;
   }
 search:
@@ -114,16 +117,16 @@ search:
 }
 
 Val **env_slot_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
+  if (*depth == 1) {
+    // one scope out (a global or closure variable used in a call)
+    Env *p = e->parent;
+    if (p && !(e->names & name_bit(sym)) && *slot < p->len && p->keys[*slot] == sym) return &p->vals[*slot];
+  }
   Env *s = env_locate(e, sym, depth, slot);
   return s ? &s->vals[*slot] : nullptr;
 }
 
-Val *env_get_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
-  Env *s = env_locate(e, sym, depth, slot);
-  return s ? s->vals[*slot] : nullptr;
-}
-
 void env_set_cached(Env *e, const char *sym, Val *val, int32_t *depth, int32_t *slot) {
-  if (Env *s = env_locate(e, sym, depth, slot)) s->vals[*slot] = val;
+  if (Val **p = env_slot_cached(e, sym, depth, slot)) *p = val;
   else env_append(e, sym, val);
 }

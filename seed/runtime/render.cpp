@@ -38,14 +38,29 @@ char *sb_take(StrBuf *b) {
   return p;
 }
 
+int format_num(char *buf, double n) {
+  if (std::fabs(n) < 1e15 && n == (double)(long long)n) {
+    // whole numbers by hand: the common case, and printf is slow
+    long long v = (long long)n;
+    unsigned long long u = v < 0 ? 0ull - (unsigned long long)v : (unsigned long long)v;
+    char tmp[24];
+    int k = 0;
+    do {
+      tmp[k++] = (char)('0' + u % 10);
+      u /= 10;
+    } while (u);
+    int len = 0;
+    if (v < 0) buf[len++] = '-';
+    while (k) buf[len++] = tmp[--k];
+    buf[len] = 0;
+    return len;
+  }
+  return snprintf(buf, NUM_TEXT_MAX, "%g", n);
+}
+
 void render_num(StrBuf *b, double n) {
-  char buf[64];
-  int k;
-  if (std::fabs(n) < 1e15 && n == (double)(long long)n)
-    k = snprintf(buf, sizeof buf, "%lld", (long long)n);
-  else
-    k = snprintf(buf, sizeof buf, "%g", n);
-  sb_add(b, buf, (size_t)k);
+  char buf[NUM_TEXT_MAX];
+  sb_add(b, buf, (size_t)format_num(buf, n));
 }
 
 // A list or object that contains itself renders the inner occurrence as

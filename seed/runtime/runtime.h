@@ -17,6 +17,8 @@ char *xstrdup(const char *s);
 char *xstrndup(const char *s, size_t n);
 // Fixed-size records (values, nodes, scopes) that live until exit: bump arena.
 void *xarena(size_t n);
+// Bytes for a text that lives until exit (n counts the terminating NUL).
+char *text_bytes(size_t n);
 
 // Canonical copy of a name: equal names give the same pointer, so scopes can
 // compare names by identity. The result lives until exit.
@@ -146,6 +148,9 @@ void sb_init(StrBuf *b);
 void sb_add(StrBuf *b, const char *s, size_t n);
 void sb_addc(StrBuf *b, char c);
 char *sb_take(StrBuf *b);  // NUL-terminated, caller frees
+// A number as text into buf (NUM_TEXT_MAX bytes); returns its length.
+constexpr int NUM_TEXT_MAX = 64;
+int format_num(char *buf, double n);
 void render_num(StrBuf *b, double n);
 void render_into(StrBuf *b, Val *v);
 char *val_to_str(Val *v);  // fresh text, caller frees
@@ -171,6 +176,9 @@ struct Env {
   Val **vals;
   int len, cap;
   int captured;  // a function literal closed over this scope
+  // One bit per name bound here (by name_bit): a clear bit proves a name
+  // absent without searching, so cached lookups in outer scopes stay cheap.
+  uint64_t names;
   KeyIndex index;
   const char *inline_keys[ENV_INLINE];
   Val *inline_vals[ENV_INLINE];
@@ -180,6 +188,10 @@ Val *env_get(Env *e, const char *sym);
 void env_set_local(Env *e, const char *sym, Val *val);
 void env_set(Env *e, const char *sym, Val *val);
 void env_bind(Env *e, const char *sym, Val *val);
+inline uint64_t name_bit(const char *sym) {
+  uintptr_t p = (uintptr_t)sym;
+  return (uint64_t)1 << ((p >> 4 ^ p >> 10) & 63);
+}
 // Appends a binding the caller knows e does not have yet.
 void env_push_slow(Env *e, const char *sym, Val *val);
 inline void env_push(Env *e, const char *sym, Val *val) {
@@ -187,32 +199,23 @@ inline void env_push(Env *e, const char *sym, Val *val) {
     e->keys[e->len] = sym;
     e->vals[e->len] = val;
     e->len++;
+    e->names |= name_bit(sym);
     return;
   }
   env_push_slow(e, sym, val);
 }
 // Lookup and assignment that remember where the name was found (scopes
 // outward and slot) and re-check that place first next time.
-Val *env_get_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot);
-// The common case inline: the name was last found in this very scope.
-inline Val *env_get_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
-  if (*depth == 0) {
-    if (*slot < e->len && e->keys[*slot] == sym) return e->vals[*slot];
-  } else if (*depth == 1 && e->len <= ENV_INLINE && e->parent) {
-    // one scope out (a global or closure variable read in a call): the
-    // call's own few names must not hold it
-    for (int i = 0; i < e->len; i++)
-      if (e->keys[i] == sym) return env_get_cached_slow(e, sym, depth, slot);
-    Env *p = e->parent;
-    if (*slot < p->len && p->keys[*slot] == sym) return p->vals[*slot];
-  }
-  return env_get_cached_slow(e, sym, depth, slot);
-}
-// The slot holding the binding env_get would find, or null.
 Val **env_slot_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot);
-inline Val **env_slot_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
-  if (*depth == 0 && *slot < e->len && e->keys[*slot] == sym) return &e->vals[*slot];
+// The slot holding the binding env_get would find, or null. The common case
+// inline: the name was last found in this very scope.
+[[gnu::always_inline]] inline Val **env_slot_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
+  if (__builtin_expect(*depth == 0 && *slot < e->len && e->keys[*slot] == sym, 1)) return &e->vals[*slot];
   return env_slot_cached_slow(e, sym, depth, slot);
+}
+[[gnu::always_inline]] inline Val *env_get_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
+  Val **p = env_slot_cached(e, sym, depth, slot);
+  return p ? *p : nullptr;
 }
 void env_set_cached(Env *e, const char *sym, Val *val, int32_t *depth, int32_t *slot);
 // Returns a call scope to the pool when nothing closed over it.

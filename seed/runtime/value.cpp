@@ -63,7 +63,10 @@ Val *val_str_n(const char *s, int len) {
     g_byte_texts[c][0] = (char)c;
     return val_str_own(g_byte_texts[c], 1);
   }
-  return val_str_own(xstrndup(s, (size_t)len), len);
+  char *copy = text_bytes((size_t)len + 1);
+  memcpy(copy, s, (size_t)len);
+  copy[len] = 0;
+  return val_str_own(copy, len);
 }
 
 Val *val_str(const char *s) { return val_str_n(s, (int)strlen(s)); }
