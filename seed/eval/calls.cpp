@@ -21,10 +21,14 @@ char *build_dotted(Node *n) {
   return s;
 }
 
-// The builtin for this call site: name (or dotted callee) and argument count
-// are fixed by the tree, so the dispatcher is asked once per site.
-static fnptr site_builtin(Node *n) {
-  if (n->call.resolved) return n->call.builtin;
+// Argument arrays up to this size live on the native stack.
+static const int ARGS_INLINE = 8;
+
+// What a call site needs to know once: the builtin for it (name or dotted
+// callee and argument count are fixed by the tree, so the dispatcher is
+// asked once per site) and which arguments make fresh numbers or name
+// variables.
+static void resolve_site(Node *n) {
   fnptr f = nullptr;
   if (n->call.name) {
     f = builtin_lookup(n->call.name, n->call.n);
@@ -35,8 +39,17 @@ static fnptr site_builtin(Node *n) {
   }
   n->call.builtin = f;
   n->call.math = f ? math_op(f) : nullptr;
+  for (int i = 0; i < n->call.n && i < 32; i++) {
+    Node *a = n->call.args[i];
+    if (!f && i < ARGS_INLINE && a && a->type == N_ID) n->call.lend_args |= 1u << i;
+    else if (fresh_number_node(a)) n->call.fresh_args |= 1u << i;
+  }
   n->call.resolved = 1;
-  return f;
+}
+
+static inline fnptr site_builtin(Node *n) {
+  if (__builtin_expect(!n->call.resolved, 0)) resolve_site(n);
+  return n->call.builtin;
 }
 
 bool call_site_is_math(Node *n) {
@@ -44,8 +57,7 @@ bool call_site_is_math(Node *n) {
   return n->call.math != nullptr;
 }
 
-// Argument arrays up to this size live on the native stack.
-static const int ARGS_INLINE = 8;
+static inline Val *unwrap_ret(Val *r) { return r && r->type == V_LST && is_ret(r) ? ret_val(r) : r; }
 
 // Calls a user function; with out set, a number result comes back unboxed.
 // *captured tells whether a closure kept the call's scope alive.
@@ -56,15 +68,19 @@ static Val *call_user(Val *fn, Val **args, int nargs, uint32_t fresh, double *ou
   check_stack();
   Env *scope = env_new(f->closure);
   int k = nargs < f->nparams ? nargs : f->nparams;
-  for (int i = 0; i < k; i++) {
-    if (i < 32 && (fresh >> i & 1)) args[i]->len = NUM_OWNED;
-    if (fn->len) env_push(scope, f->params[i], args[i]);
-    else env_bind(scope, f->params[i], args[i]);
+  if (fn->len) {
+    for (int i = 0; i < k; i++) env_push(scope, f->params[i], args[i]);
+  } else {
+    for (int i = 0; i < k; i++) env_bind(scope, f->params[i], args[i]);
+  }
+  for (; fresh; fresh &= fresh - 1) {
+    int i = __builtin_ctz(fresh);
+    if (i < k) args[i]->len = NUM_OWNED;
   }
   Val *r = out ? eval_tail_operand(f->body, scope, out) : eval_node(f->body, scope);
   *captured = scope->captured != 0;
   env_release(scope);
-  return r && is_ret(r) ? ret_val(r) : r;
+  return unwrap_ret(r);
 }
 
 static Val *call_site(Node *n, Env *env, double *out) {
@@ -72,16 +88,11 @@ static Val *call_site(Node *n, Env *env, double *out) {
   Val *inline_args[ARGS_INLINE];
   Val **args = nargs <= ARGS_INLINE ? inline_args : (Val **)xmalloc(sizeof(Val *) * (size_t)nargs);
   fnptr builtin = site_builtin(n);
-  if (!n->call.fresh_ready) {
-    for (int i = 0; i < nargs && i < 32; i++)
-      if (fresh_number_node(n->call.args[i])) n->call.fresh_args |= 1u << i;
-    n->call.fresh_ready = 1;
-  }
-  uint32_t fresh = 0, lent = 0;
+  uint32_t fresh = 0, lent = 0, lend = n->call.lend_args, fresh_args = n->call.fresh_args;
   int lent_prev[ARGS_INLINE];
   for (int i = 0; i < nargs; i++) {
     Node *a = n->call.args[i];
-    if (!builtin && i < ARGS_INLINE && a && a->type == N_ID) {
+    if (lend >> i & 1) {
       // a variable's own number is lent to a user function, not given away
       Val *v = eval_name(a, env);
       if (v->type == V_NUM && v->len) {
@@ -94,7 +105,7 @@ static Val *call_site(Node *n, Env *env, double *out) {
     }
     args[i] = eval_node(a, env);
     // a number made just for this call may be owned by the parameter it binds
-    if (i < 32 && (n->call.fresh_args >> i & 1) && args[i]->type == V_NUM) fresh |= 1u << i;
+    if ((fresh_args >> i & 1) && args[i]->type == V_NUM) fresh |= 1u << i;
   }
   Val *result;
   bool captured = true;
@@ -111,8 +122,11 @@ static Val *call_site(Node *n, Env *env, double *out) {
     result = call_user(fn, args, nargs, fresh, out, &captured);
   }
   // Lent records come back in reverse order (one may be lent twice).
-  for (int i = nargs < ARGS_INLINE ? nargs - 1 : ARGS_INLINE - 1; lent && i >= 0; i--)
-    if (lent >> i & 1 && args[i]->len == NUM_LENT) args[i]->len = captured ? 0 : lent_prev[i];
+  while (lent) {
+    int i = 31 - __builtin_clz(lent);
+    lent &= ~(1u << i);
+    if (args[i]->len == NUM_LENT) args[i]->len = captured ? 0 : lent_prev[i];
+  }
   if (args != inline_args) xfree(args);
   return result;
 }

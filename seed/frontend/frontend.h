@@ -49,8 +49,8 @@ struct Node {
       int8_t resolved;  // builtin looked up for this site (name and count never change)
       fnptr builtin;
       const void *math;  // the builtin as a function on doubles, when it is one
-      int8_t fresh_ready;
       uint32_t fresh_args;  // arguments whose number is a record made for the call
+      uint32_t lend_args;   // variables passed to a user function (their numbers are lent)
     } call;
     struct { Node *cond, *then; Node **elifs, **elif_body; int nelif; Node *els; } iff;
     struct { Node *cond, *body; } whl;
