@@ -34,6 +34,36 @@ static inline void fuzz_step() {
 
 static Val *index_value(Val *obj, Val *idx, double x, bool give_away);
 
+// The usual index, an unboxed number in range of a list or text, inline;
+// everything else (negative, fractional edge cases, objects) in
+// index_value. Truncating a number in [0, len) is what num_to_i32 does.
+[[gnu::always_inline]] static inline Val *index_fast(Val *obj, Val *idx, double x, bool give_away) {
+  if (!idx) {
+    if (obj->type == V_LST && x >= 0 && x < obj->lst->len) {
+      Val *v = obj->lst->items[(int)x];
+      if (give_away && v->type == V_NUM) v->len = 0;
+      return v;
+    }
+    if (obj->type == V_STR && x >= 0 && x < obj->len) {
+      int i = (int)x;
+      return val_str_n(obj->s + i, obj->s[i] ? 1 : 0);
+    }
+  }
+  return index_value(obj, idx, x, give_away);
+}
+
+// The element an assignment writes in a list, or null; negative indexes
+// are not counted from the end here, and a list never grows.
+[[gnu::always_inline]] static inline Val **element_slot(Val *target, Val *idx, double x) {
+  if (idx) {
+    if (idx->type != V_NUM) return nullptr;
+    x = idx->n;
+  }
+  if (x >= 0 && x < target->lst->len) return &target->lst->items[(int)x];
+  int32_t i = num_to_i32(x);
+  return i >= 0 && i < target->lst->len ? &target->lst->items[i] : nullptr;
+}
+
 // The container of a field access or index: usually a variable, read here
 // directly (a container is not a number, so nothing is given away).
 static inline Val *container(Node *n, Env *env) {
@@ -79,7 +109,7 @@ static Val *eval_operand_slow(Node *n, Env *env, double *x) {
         Val *obj = container(n->idx.obj, env);
         double i = 0;
         Val *idx = operand(n->idx.idx, env, &i);
-        Val *v = index_value(obj, idx, i, false);
+        Val *v = index_fast(obj, idx, i, false);
         if (v->type != V_NUM) return v;
         *x = v->n;
         return nullptr;
@@ -348,7 +378,6 @@ static Val *eval_dot_assign(Node *n, Env *env) {
   return v;
 }
 
-// Negative indexes are not counted from the end here, and a list never grows.
 static Val *eval_idx_assign(Node *n, Env *env) {
   Val *target = container(n->idx_assign.obj, env);
   double x = 0;
@@ -356,9 +385,8 @@ static Val *eval_idx_assign(Node *n, Env *env) {
   Val *v = eval_node(n->idx_assign.val, env);
   if (target->type == V_OBJ) {
     if (idx && idx->type == V_STR) obj_set(target, idx->s, v);
-  } else if (target->type == V_LST && (!idx || idx->type == V_NUM)) {
-    int32_t i = num_to_i32(idx ? idx->n : x);
-    if (i >= 0 && i < target->lst->len) target->lst->items[i] = v;
+  } else if (target->type == V_LST) {
+    if (Val **slot = element_slot(target, idx, x)) *slot = v;
   }
   return v;
 }
@@ -537,7 +565,7 @@ static Val *idx_value(Node *n, Env *env) {
   Val *obj = container(n->idx.obj, env);
   double x = 0;
   Val *idx = operand(n->idx.idx, env, &x);
-  return index_value(obj, idx, x, true);
+  return index_fast(obj, idx, x, true);
 }
 
 static Val *dot_value(Node *n, Env *env) {
@@ -626,11 +654,10 @@ static Val *eval_idx_assign_effect(Node *n, Env *env) {
   Val *v = eval_operand(rhs, env, &x);
   if (target->type == V_OBJ) {
     if (idx && idx->type == V_STR) obj_set(target, idx->s, v ? v : val_num(x));
-  } else if (target->type == V_LST && (!idx || idx->type == V_NUM)) {
-    int32_t k = num_to_i32(idx ? idx->n : i);
-    if (k >= 0 && k < target->lst->len) {
-      if (v) target->lst->items[k] = v;
-      else store_owned(&target->lst->items[k], x);
+  } else if (target->type == V_LST) {
+    if (Val **slot = element_slot(target, idx, i)) {
+      if (v) *slot = v;
+      else store_owned(slot, x);
     }
   }
   return v ? v : g_nil;
