@@ -70,7 +70,7 @@ static inline Val *container(Node *n, Env *env) {
   return n && n->type == N_ID ? eval_id(n, env) : eval_node(n, env);
 }
 
-static Val *eval_operand_slow(Node *n, Env *env, double *x);
+[[gnu::always_inline]] static inline Val *eval_operand_slow(Node *n, Env *env, double *x);
 [[gnu::always_inline]] static inline Val *effect(Node *n, Env *env);
 
 // Arithmetic works on unboxed doubles: an operand whose value is a number
@@ -92,7 +92,6 @@ static Val *eval_operand_slow(Node *n, Env *env, double *x);
       *x = v->n;
       return nullptr;
     }
-    if (n->type == N_BIN) return eval_bin(n, env, x);
   }
   return eval_operand_slow(n, env, x);
 }
@@ -100,33 +99,45 @@ static Val *eval_operand_slow(Node *n, Env *env, double *x);
 Val *eval_operand(Node *n, Env *env, double *x) { return operand(n, env, x); }
 
 // Elements and fields are read in place: a number there keeps its owner.
-static Val *eval_operand_slow(Node *n, Env *env, double *x) {
-  if (n) {
-    switch (n->type) {
-      case N_BIN: return eval_bin(n, env, x);
-      case N_CALL: return eval_call_operand(n, env, x);
-      case N_IDX: {
-        Val *obj = container(n->idx.obj, env);
-        double i = 0;
-        Val *idx = operand(n->idx.idx, env, &i);
-        Val *v = index_fast(obj, idx, i, false);
-        if (v->type != V_NUM) return v;
-        *x = v->n;
-        return nullptr;
-      }
-      case N_DOT: {
-        Val *obj = container(n->dot.obj, env);
-        if (obj->type != V_OBJ) return g_nil;
-        Val **slot = obj_slot_sym(obj, n->dot.field);
-        if (!slot) return g_nil;
-        if ((*slot)->type != V_NUM) return *slot;
-        *x = (*slot)->n;
-        return nullptr;
-      }
-      default: break;
-    }
+static Val *idx_operand(Node *n, Env *env, double *x) {
+  Val *obj = container(n->idx.obj, env);
+  double i = 0;
+  Val *idx = operand(n->idx.idx, env, &i);
+  Val *v = index_fast(obj, idx, i, false);
+  if (v->type != V_NUM) return v;
+  *x = v->n;
+  return nullptr;
+}
+
+static Val *dot_operand(Node *n, Env *env, double *x) {
+  Val *obj = container(n->dot.obj, env);
+  if (obj->type != V_OBJ) return g_nil;
+  Val **slot = obj_slot_sym(obj, n->dot.field);
+  if (!slot) return g_nil;
+  if ((*slot)->type != V_NUM) return *slot;
+  *x = (*slot)->n;
+  return nullptr;
+}
+
+static Val *value_operand(Node *n, Env *env, double *) { return eval_node(n, env); }
+
+static OperandFn choose_bin(Node *n);
+
+static OperandFn choose_operand(Node *n) {
+  switch (n->type) {
+    case N_BIN: return choose_bin(n);
+    case N_CALL: return eval_call_operand;
+    case N_IDX: return idx_operand;
+    case N_DOT: return dot_operand;
+    default: return value_operand;
   }
-  return eval_node(n, env);
+}
+
+[[gnu::always_inline]] static inline Val *eval_operand_slow(Node *n, Env *env, double *x) {
+  if (!n) return g_nil;
+  OperandFn f = n->operand_fn;
+  if (__builtin_expect(!f, 0)) f = n->operand_fn = choose_operand(n);
+  return f(n, env, x);
 }
 
 // The number an operand counts as in arithmetic: non-numbers are 0.
