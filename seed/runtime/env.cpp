@@ -117,11 +117,6 @@ search:
 }
 
 Val **env_slot_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
-  if (*depth == 1) {
-    // one scope out (a global or closure variable used in a call)
-    Env *p = e->parent;
-    if (p && !(e->names & name_bit(sym)) && *slot < p->len && p->keys[*slot] == sym) return &p->vals[*slot];
-  }
   Env *s = env_locate(e, sym, depth, slot);
   return s ? &s->vals[*slot] : nullptr;
 }

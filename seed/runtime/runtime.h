@@ -183,15 +183,15 @@ struct Env {
   const char *inline_keys[ENV_INLINE];
   Val *inline_vals[ENV_INLINE];
 };
+inline uint64_t name_bit(const char *sym) {
+  uintptr_t p = (uintptr_t)sym;
+  return (uint64_t)1 << ((p >> 4 ^ p >> 10) & 63);
+}
 Env *env_new(Env *parent);
 Val *env_get(Env *e, const char *sym);
 void env_set_local(Env *e, const char *sym, Val *val);
 void env_set(Env *e, const char *sym, Val *val);
 void env_bind(Env *e, const char *sym, Val *val);
-inline uint64_t name_bit(const char *sym) {
-  uintptr_t p = (uintptr_t)sym;
-  return (uint64_t)1 << ((p >> 4 ^ p >> 10) & 63);
-}
 // Appends a binding the caller knows e does not have yet.
 void env_push_slow(Env *e, const char *sym, Val *val);
 inline void env_push(Env *e, const char *sym, Val *val) {
@@ -211,6 +211,11 @@ Val **env_slot_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slo
 // inline: the name was last found in this very scope.
 [[gnu::always_inline]] inline Val **env_slot_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
   if (__builtin_expect(*depth == 0 && *slot < e->len && e->keys[*slot] == sym, 1)) return &e->vals[*slot];
+  if (*depth == 1) {
+    // one scope out (a global or closure variable used in a call)
+    Env *p = e->parent;
+    if (p && !(e->names & name_bit(sym)) && *slot < p->len && p->keys[*slot] == sym) return &p->vals[*slot];
+  }
   return env_slot_cached_slow(e, sym, depth, slot);
 }
 [[gnu::always_inline]] inline Val *env_get_cached(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
