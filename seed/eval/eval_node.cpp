@@ -211,6 +211,14 @@ static bool operands_equal(Val *a, double x, Val *b, double y) {
 // fmod, with a fast path for whole numbers (the usual case): integer
 // remainder has the same sign rule, and a zero result keeps the sign of x.
 static inline double num_mod(double x, double y) {
+  // 32-bit division is much faster where both fit (INT32_MIN % -1 does not)
+  if (x > -2147483648.0 && x < 2147483648.0 && y > 0 && y < 2147483648.0) {
+    int32_t ix = (int32_t)x, iy = (int32_t)y;
+    if ((double)ix == x && (double)iy == y) {
+      int32_t r = ix % iy;
+      return r == 0 ? std::copysign(0.0, x) : (double)r;
+    }
+  }
   const double lim = 9007199254740992.0;  // 2^53: exact in both types
   if (x > -lim && x < lim && y > -lim && y < lim && y != 0) {
     int64_t ix = (int64_t)x, iy = (int64_t)y;
