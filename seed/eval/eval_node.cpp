@@ -146,7 +146,7 @@ static inline double as_num(Val *v, double x) {
   return v->type == V_NUM ? v->n : 0;
 }
 
-static bool operand_truthy(Node *n, Env *env) {
+[[gnu::always_inline]] static inline bool operand_truthy(Node *n, Env *env) {
   double x;
   Val *v = operand(n, env, &x);
   if (!v) return x != 0;
