@@ -92,20 +92,22 @@ static Val *call_site(Node *n, Env *env, double *out) {
   int lent_prev[ARGS_INLINE];
   for (int i = 0; i < nargs; i++) {
     Node *a = n->call.args[i];
-    if (lend >> i & 1) {
+    // the plan covers the first 32 arguments; later ones are plain values
+    uint32_t bit = i < 32 ? 1u << i : 0;
+    if (lend & bit) {
       // a variable's own number is lent to a user function, not given away
       Val *v = eval_name(a, env);
       if (v->type == V_NUM && v->len) {
         lent_prev[i] = v->len;
         v->len = NUM_LENT;
-        lent |= 1u << i;
+        lent |= bit;
       }
       args[i] = v;
       continue;
     }
     args[i] = eval_node(a, env);
     // a number made just for this call may be owned by the parameter it binds
-    if ((fresh_args >> i & 1) && args[i]->type == V_NUM) fresh |= 1u << i;
+    if ((fresh_args & bit) && args[i]->type == V_NUM) fresh |= bit;
   }
   Val *result;
   bool captured = true;
