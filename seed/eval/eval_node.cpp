@@ -22,7 +22,6 @@ char g_cur_file[PATH_MAX_LEN + 1];
 
 Val *eval_name(Node *n, Env *env) { return eval_id(n, env); }
 
-[[gnu::always_inline]] static inline Val *eval_bin(Node *n, Env *env, double *x);
 
 // Fuzzing builds give each run a budget of evaluation steps; a loop
 // iteration counts as one even when its condition and body cost nothing.
@@ -70,7 +69,7 @@ static inline Val *container(Node *n, Env *env) {
   return n && n->type == N_ID ? eval_id(n, env) : eval_node(n, env);
 }
 
-[[gnu::always_inline]] static inline Val *eval_operand_slow(Node *n, Env *env, double *x);
+[[gnu::always_inline]] static inline Val *operand_by_handler(Node *n, Env *env, double *x);
 [[gnu::always_inline]] static inline Val *effect(Node *n, Env *env);
 
 // Arithmetic works on unboxed doubles: an operand whose value is a number
@@ -93,7 +92,7 @@ static inline Val *container(Node *n, Env *env) {
       return nullptr;
     }
   }
-  return eval_operand_slow(n, env, x);
+  return operand_by_handler(n, env, x);
 }
 
 Val *eval_operand(Node *n, Env *env, double *x) { return operand(n, env, x); }
@@ -133,7 +132,7 @@ static OperandFn choose_operand(Node *n) {
   }
 }
 
-[[gnu::always_inline]] static inline Val *eval_operand_slow(Node *n, Env *env, double *x) {
+[[gnu::always_inline]] static inline Val *operand_by_handler(Node *n, Env *env, double *x) {
   if (!n) return g_nil;
   OperandFn f = n->operand_fn;
   if (__builtin_expect(!f, 0)) f = n->operand_fn = choose_operand(n);
@@ -351,12 +350,6 @@ static OperandFn choose_bin(Node *n) {
   }
 }
 
-[[gnu::always_inline]] static inline Val *eval_bin(Node *n, Env *env, double *out) {
-  OperandFn f = n->operand_fn;
-  if (__builtin_expect(!f, 0)) f = n->operand_fn = choose_bin(n);
-  return f(n, env, out);
-}
-
 // idx null means the index is the number x (evaluated unboxed). A list
 // element read to be kept elsewhere is given away (see NUM_OWNED).
 static Val *index_value(Val *obj, Val *idx, double x, bool give_away) {
@@ -551,7 +544,7 @@ static Val *id_value(Node *n, Env *env) {
 
 static Val *bin_value(Node *n, Env *env) {
   double x;
-  Val *v = eval_bin(n, env, &x);
+  Val *v = operand_by_handler(n, env, &x);
   return v ? v : val_num(x);
 }
 
