@@ -61,7 +61,8 @@ static inline Val *unwrap_ret(Val *r) { return r && r->type == V_LST && is_ret(r
 
 // Calls a user function; with out set, a number result comes back unboxed.
 // *captured tells whether a closure kept the call's scope alive.
-static Val *call_user(Val *fn, Val **args, int nargs, uint32_t fresh, double *out, bool *captured) {
+[[gnu::always_inline]] static inline Val *call_user(Val *fn, Val **args, int nargs, uint32_t fresh, double *out,
+                                                    bool *captured) {
   Fn *f = fn->fn;
   *captured = true;
   if (f->native) return f->native(args, nargs);
@@ -105,9 +106,18 @@ static Val *call_site(Node *n, Env *env, double *out) {
       args[i] = v;
       continue;
     }
+    if (fresh_args & bit) {
+      // a number made just for this call may be owned by the parameter it binds
+      double x;
+      Val *v = eval_operand(a, env, &x);
+      if (!v) {
+        v = val_num(x);
+        fresh |= bit;
+      }
+      args[i] = v;
+      continue;
+    }
     args[i] = eval_node(a, env);
-    // a number made just for this call may be owned by the parameter it binds
-    if ((fresh_args & bit) && args[i]->type == V_NUM) fresh |= bit;
   }
   Val *result;
   bool captured = true;

@@ -69,6 +69,17 @@ static inline Val *container(Node *n, Env *env) {
   return n && n->type == N_ID ? eval_id(n, env) : eval_node(n, env);
 }
 
+// The value of n where it is bound or stored: a variable inline, its
+// number given away (see NUM_OWNED).
+[[gnu::always_inline]] static inline Val *value_of(Node *n, Env *env) {
+  if (n && n->type == N_ID) {
+    Val *v = eval_id(n, env);
+    if (v->type == V_NUM) v->len = 0;
+    return v;
+  }
+  return eval_node(n, env);
+}
+
 [[gnu::always_inline]] static inline Val *operand_by_handler(Node *n, Env *env, double *x);
 [[gnu::always_inline]] static inline Val *effect(Node *n, Env *env);
 
@@ -111,7 +122,7 @@ static Val *idx_operand(Node *n, Env *env, double *x) {
 static Val *dot_operand(Node *n, Env *env, double *x) {
   Val *obj = container(n->dot.obj, env);
   if (obj->type != V_OBJ) return g_nil;
-  Val **slot = obj_slot_sym(obj, n->dot.field);
+  Val **slot = obj_slot_cached(obj, n->dot.field, &n->cache_slot);
   if (!slot) return g_nil;
   if ((*slot)->type != V_NUM) return *slot;
   *x = (*slot)->n;
@@ -383,18 +394,24 @@ static Val *dot_assign_target(Node *n, Env *env) {
   return target;
 }
 
+// Sets a field, through the node's remembered key position when it holds.
+static inline void set_field(Node *n, Val *target, Val *v) {
+  if (Val **slot = obj_slot_cached(target, n->dot_assign.field, &n->cache_slot)) *slot = v;
+  else obj_set_sym(target, n->dot_assign.field, v);
+}
+
 static Val *eval_dot_assign(Node *n, Env *env) {
   Val *target = dot_assign_target(n, env);
-  Val *v = eval_node(n->dot_assign.val, env);
-  if (target->type == V_OBJ) obj_set_sym(target, n->dot_assign.field, v);
+  Val *v = value_of(n->dot_assign.val, env);
+  if (target->type == V_OBJ) set_field(n, target, v);
   return v;
 }
 
 static Val *eval_idx_assign(Node *n, Env *env) {
   Val *target = container(n->idx_assign.obj, env);
   double x = 0;
-  Val *idx = eval_operand(n->idx_assign.idx, env, &x);
-  Val *v = eval_node(n->idx_assign.val, env);
+  Val *idx = operand(n->idx_assign.idx, env, &x);
+  Val *v = value_of(n->idx_assign.val, env);
   if (target->type == V_OBJ) {
     if (idx && idx->type == V_STR) obj_set(target, idx->s, v);
   } else if (target->type == V_LST) {
@@ -568,7 +585,7 @@ static Val *while_value(Node *n, Env *env) { return eval_while(n, env, false); }
 static Val *for_value(Node *n, Env *env) { return eval_for(n, env, false); }
 
 static Val *assign_value(Node *n, Env *env) {
-  Val *v = eval_node(n->assign.val, env);
+  Val *v = value_of(n->assign.val, env);
   env_set_cached(env, n->assign.name, v, &n->cache_depth, &n->cache_slot);
   return v;
 }
@@ -582,7 +599,12 @@ static Val *idx_value(Node *n, Env *env) {
 
 static Val *dot_value(Node *n, Env *env) {
   Val *obj = container(n->dot.obj, env);
-  return obj->type == V_OBJ ? obj_get_sym(obj, n->dot.field) : g_nil;
+  if (obj->type != V_OBJ) return g_nil;
+  Val **slot = obj_slot_cached(obj, n->dot.field, &n->cache_slot);
+  if (!slot) return g_nil;
+  Val *v = *slot;
+  if (v->type == V_NUM) v->len = 0;  // given away
+  return v;
 }
 
 static Val *use_value(Node *n, Env *env) {
@@ -658,12 +680,10 @@ static void store_owned(Val **slot, double x) {
 // element's own record when it owns one.
 static Val *eval_idx_assign_effect(Node *n, Env *env) {
   Node *rhs = n->idx_assign.val;
-  if (n->fresh_val < 0) n->fresh_val = fresh_number_node(rhs);
-  if (!n->fresh_val) return eval_idx_assign(n, env);
   Val *target = container(n->idx_assign.obj, env);
   double i = 0, x = 0;
-  Val *idx = eval_operand(n->idx_assign.idx, env, &i);
-  Val *v = eval_operand(rhs, env, &x);
+  Val *idx = operand(n->idx_assign.idx, env, &i);
+  Val *v = operand(rhs, env, &x);
   if (target->type == V_OBJ) {
     if (idx && idx->type == V_STR) obj_set(target, idx->s, v ? v : val_num(x));
   } else if (target->type == V_LST) {
@@ -679,17 +699,15 @@ static Val *eval_idx_assign_effect(Node *n, Env *env) {
 // number stored into the field's own record when it owns one.
 static Val *eval_dot_assign_effect(Node *n, Env *env) {
   Node *rhs = n->dot_assign.val;
-  if (n->fresh_val < 0) n->fresh_val = fresh_number_node(rhs);
-  if (!n->fresh_val) return eval_dot_assign(n, env);
   Val *target = dot_assign_target(n, env);
   double x;
-  Val *v = eval_operand(rhs, env, &x);
+  Val *v = operand(rhs, env, &x);
   if (target->type != V_OBJ) return v ? v : g_nil;
   if (v) {
-    obj_set_sym(target, n->dot_assign.field, v);
+    set_field(n, target, v);
     return v;
   }
-  Val **slot = obj_slot_sym(target, n->dot_assign.field);
+  Val **slot = obj_slot_cached(target, n->dot_assign.field, &n->cache_slot);
   if (slot) {
     store_owned(slot, x);
   } else {
@@ -700,30 +718,24 @@ static Val *eval_dot_assign_effect(Node *n, Env *env) {
   return g_nil;
 }
 
-// An assignment whose value is dropped: a number goes into the variable's
-// own record when the variable owns one, else into a new record it owns.
-// A variable on the right (x = y) shares y's record instead.
+// An assignment of arithmetic, a number literal or a math builtin whose
+// value is dropped: a number goes into the variable's own record when the
+// variable owns one, else into a new record it owns. Other values (x = y)
+// are shared as they are, by assign_value.
 static Val *eval_assign_effect(Node *n, Env *env) {
-  Node *rhs = n->assign.val;
-  if (n->fresh_val < 0) n->fresh_val = fresh_number_node(rhs);
-  if (n->fresh_val) {
-    double x;
-    Val *v = operand(rhs, env, &x);
-    if (!v) {
-      Val **slot = env_slot_cached(env, n->assign.name, &n->cache_depth, &n->cache_slot);
-      if (slot) {
-        store_owned(slot, x);
-        return g_nil;
-      }
-      Val *box = val_num(x);
-      box->len = NUM_OWNED;
-      env_set_cached(env, n->assign.name, box, &n->cache_depth, &n->cache_slot);
+  double x;
+  Val *v = operand(n->assign.val, env, &x);
+  if (!v) {
+    Val **slot = env_slot_cached(env, n->assign.name, &n->cache_depth, &n->cache_slot);
+    if (slot) {
+      store_owned(slot, x);
       return g_nil;
     }
-    env_set_cached(env, n->assign.name, v, &n->cache_depth, &n->cache_slot);
-    return v;
+    Val *box = val_num(x);
+    box->len = NUM_OWNED;
+    env_set_cached(env, n->assign.name, box, &n->cache_depth, &n->cache_slot);
+    return g_nil;
   }
-  Val *v = eval_node(rhs, env);
   env_set_cached(env, n->assign.name, v, &n->cache_depth, &n->cache_slot);
   return v;
 }
@@ -775,7 +787,8 @@ static EffectFn self_for_kind(int rk) {
 
 static EffectFn choose_assign_effect(Node *n) {
   Node *rhs = n->assign.val;
-  if (!rhs || rhs->type != N_BIN || !rhs->bin.left || rhs->bin.left->type != N_ID ||
+  if (!fresh_number_node(rhs)) return assign_value;
+  if (rhs->type != N_BIN || !rhs->bin.left || rhs->bin.left->type != N_ID ||
       rhs->bin.left->id != n->assign.name)
     return eval_assign_effect;
   int rk = operand_kind(rhs->bin.right);
@@ -793,8 +806,9 @@ static EffectFn choose_assign_effect(Node *n) {
 static EffectFn choose_effect(Node *n) {
   switch (n->type) {
     case N_ASSIGN: return choose_assign_effect(n);
-    case N_DOT_ASSIGN: return eval_dot_assign_effect;
-    case N_IDX_ASSIGN: return eval_idx_assign_effect;
+    // A number made just for the store may go into the target's own record.
+    case N_DOT_ASSIGN: return fresh_number_node(n->dot_assign.val) ? eval_dot_assign_effect : eval_dot_assign;
+    case N_IDX_ASSIGN: return fresh_number_node(n->idx_assign.val) ? eval_idx_assign_effect : eval_idx_assign;
     case N_WHILE: return while_effect;
     case N_FOR: return for_effect;
     case N_IF: return if_effect;

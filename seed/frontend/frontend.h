@@ -23,9 +23,6 @@ struct Node {
   // outward, slot), re-checked on every use; -1 when unknown. N_STR keeps
   // its text length in cache_slot.
   int32_t cache_depth, cache_slot;
-  // Assignments: whether the value is a number record made just for them
-  // (-1 until first evaluated).
-  int8_t fresh_val;
   // The evaluator's code for this node's shape, chosen at its first use
   // (null until then): for its value, inside arithmetic, and where the
   // value is dropped.

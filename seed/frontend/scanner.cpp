@@ -13,7 +13,6 @@ Node *node_new(NType t) {
   memset(n, 0, sizeof *n);
   n->type = t;
   n->cache_depth = n->cache_slot = -1;
-  n->fresh_val = -1;
   return n;
 }
 

@@ -105,7 +105,9 @@ static Env *env_locate(Env *e, const char *sym, int32_t *depth, int32_t *slot) {
   }
 search:
   d = 0;
+  uint64_t bit = name_bit(sym);
   for (Env *s = e; s; s = s->parent, d++) {
+    if (!(s->names & bit)) continue;
     int i = env_find(s, sym);
     if (i >= 0) {
       *depth = d;

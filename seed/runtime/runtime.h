@@ -131,6 +131,16 @@ void obj_set_sym(Val *obj, const char *sym, Val *val);
 // The field's slot, or null; reading through it gives nothing away, so a
 // number found there stays owned by the field (see NUM_OWNED).
 Val **obj_slot_sym(Val *obj, const char *sym);
+// The same, remembering the key's position in *cache for the next object
+// (objects never lose keys, and objects built alike share key order).
+[[gnu::always_inline]] inline Val **obj_slot_cached(Val *obj, const char *sym, int32_t *cache) {
+  Obj *o = obj->obj;
+  uint32_t s = (uint32_t)*cache;
+  if (__builtin_expect(s < (uint32_t)o->len && o->keys[s] == sym, 1)) return &o->vals[s];
+  Val **p = obj_slot_sym(obj, sym);
+  if (p) *cache = (int32_t)(p - o->vals);
+  return p;
+}
 int val_truthy(Val *v);
 int val_equal(Val *a, Val *b);
 
