@@ -69,7 +69,15 @@ static inline Val *unwrap_ret(Val *r) { return r && r->type == V_LST && is_ret(r
   check_stack();
   Env *scope = env_new(f->closure);
   int k = nargs < f->nparams ? nargs : f->nparams;
-  if (fn->len) {
+  if (fn->len && k <= ENV_INLINE) {
+    // distinct names into a fresh scope, which always has room for a few
+    for (int i = 0; i < k; i++) {
+      scope->keys[i] = f->params[i];
+      scope->vals[i] = args[i];
+    }
+    scope->len = k;
+    scope->names = f->param_names;  // unbound extra parameters only cost a search
+  } else if (fn->len) {
     for (int i = 0; i < k; i++) env_push(scope, f->params[i], args[i]);
   } else {
     for (int i = 0; i < k; i++) env_bind(scope, f->params[i], args[i]);
@@ -91,10 +99,10 @@ static Val *call_site(Node *n, Env *env, double *out) {
   fnptr builtin = site_builtin(n);
   uint32_t fresh = 0, lent = 0, lend = n->call.lend_args, fresh_args = n->call.fresh_args;
   int lent_prev[ARGS_INLINE];
-  for (int i = 0; i < nargs; i++) {
+  // the plan covers the first 32 arguments (bit runs out to 0 after them)
+  uint32_t bit = 1;
+  for (int i = 0; i < nargs; i++, bit <<= 1) {
     Node *a = n->call.args[i];
-    // the plan covers the first 32 arguments; later ones are plain values
-    uint32_t bit = i < 32 ? 1u << i : 0;
     if (lend & bit) {
       // a variable's own number is lent to a user function, not given away
       Val *v = eval_name(a, env);
@@ -147,10 +155,10 @@ Val *eval_call_node(Node *n, Env *env) { return call_site(n, env, nullptr); }
 
 // Inside arithmetic, a math builtin takes and gives unboxed numbers and a
 // user function's number result needs no record.
-Val *eval_call_operand(Node *n, Env *env, double *out) {
-  site_builtin(n);
+static Val *user_call_operand(Node *n, Env *env, double *out) { return call_site(n, env, out); }
+
+static Val *math_call_operand(Node *n, Env *env, double *out) {
   const MathOp *op = (const MathOp *)n->call.math;
-  if (!op) return call_site(n, env, out);
   double x = 0, y = 0;
   Val *a = eval_operand(n->call.args[0], env, &x);
   if (op->f1) {
@@ -160,6 +168,11 @@ Val *eval_call_operand(Node *n, Env *env, double *out) {
   Val *b = eval_operand(n->call.args[1], env, &y);
   *out = op->f2(a ? (a->type == V_NUM ? a->n : 0) : x, b ? (b->type == V_NUM ? b->n : 0) : y);
   return nullptr;
+}
+
+OperandFn call_operand_fn(Node *n) {
+  site_builtin(n);
+  return n->call.math ? math_call_operand : user_call_operand;
 }
 
 Val *call_fn(Val *fn, Val **args, int nargs) {

@@ -16,7 +16,8 @@ Val *eval_call_node(Node *n, Env *env);
 // Evaluation inside arithmetic: null with the number in *out when the result
 // is a number that needs no record, else the value.
 Val *eval_operand(Node *n, Env *env, double *out);
-Val *eval_call_operand(Node *n, Env *env, double *out);
+// The operand handler for a call site: math builtins unboxed, else the call.
+OperandFn call_operand_fn(Node *n);
 bool call_site_is_math(Node *n);
 // The value of a variable, without giving its number record away.
 Val *eval_name(Node *n, Env *env);

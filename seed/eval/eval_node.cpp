@@ -136,7 +136,7 @@ static OperandFn choose_bin(Node *n);
 static OperandFn choose_operand(Node *n) {
   switch (n->type) {
     case N_BIN: return choose_bin(n);
-    case N_CALL: return eval_call_operand;
+    case N_CALL: return call_operand_fn(n);
     case N_IDX: return idx_operand;
     case N_DOT: return dot_operand;
     default: return value_operand;
@@ -421,7 +421,9 @@ static Val *eval_idx_assign(Node *n, Env *env) {
 }
 
 static inline bool is_marker(Val *v) {
-  return v == g_brk_sentinel || v == g_cnt_sentinel || (v->type == V_LST && is_ret(v));
+  VType t = v->type;
+  if (t < V_STR) return false;  // nil, truth values and numbers, the usual results
+  return v == g_brk_sentinel || v == g_cnt_sentinel || (t == V_LST && is_ret(v));
 }
 
 // Runs every statement of a block but the last; the value that stops it
@@ -515,6 +517,8 @@ static Val *eval_fn_literal(Node *n, Env *env) {
   f->body = n->fn.body;
   f->closure = env;
   f->native = nullptr;
+  f->param_names = 0;
+  for (int i = 0; i < f->nparams; i++) f->param_names |= name_bit(f->params[i]);
   v->fn = f;
   env->captured = 1;
   return v;

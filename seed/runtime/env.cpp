@@ -7,7 +7,7 @@
 
 // Call scopes that no closure captured come back here and are reused, with
 // their arrays, by later calls.
-static Env *g_env_pool;
+Env *g_env_pool;
 
 Env *env_new(Env *parent) {
   Env *e = g_env_pool;
@@ -26,15 +26,9 @@ Env *env_new(Env *parent) {
 
 void env_pool_reset() { g_env_pool = nullptr; }
 
-void env_release(Env *e) {
-  if (e->captured) return;
-  for (int i = 0; i < e->len; i++)
-    if (e->vals[i]->type == V_NUM && e->vals[i]->len == NUM_OWNED) num_recycle(e->vals[i]);
-  e->len = 0;
-  e->names = 0;
-  if (e->index.slots) keys_index_drop(&e->index);
-  e->parent = g_env_pool;
-  g_env_pool = e;
+void env_release_slow(Env *e) {
+  keys_index_drop(&e->index);
+  env_release(e);
 }
 
 static inline int env_find(Env *e, const char *sym) { return keys_find(e->keys, e->len, &e->index, sym); }

@@ -72,6 +72,7 @@ struct Fn {
   Node *body;
   Env *closure;
   fnptr native;
+  uint64_t param_names;  // the name bits of all parameters (see name_bit)
 };
 
 // 16 bytes: kind, the text length, and one word of payload. Lists, objects
@@ -233,8 +234,22 @@ Val **env_slot_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slo
   return p ? *p : nullptr;
 }
 void env_set_cached(Env *e, const char *sym, Val *val, int32_t *depth, int32_t *slot);
-// Returns a call scope to the pool when nothing closed over it.
-void env_release(Env *e);
+// Returns a call scope to the pool when nothing closed over it, recycling
+// the numbers only its bindings held.
+extern Env *g_env_pool;
+void env_release_slow(Env *e);
+inline void env_release(Env *e) {
+  if (e->captured) return;
+  if (__builtin_expect(e->index.slots != nullptr, 0)) return env_release_slow(e);
+  for (int i = 0; i < e->len; i++) {
+    Val *v = e->vals[i];
+    if (v->type == V_NUM && v->len == NUM_OWNED) num_recycle(v);
+  }
+  e->len = 0;
+  e->names = 0;
+  e->parent = g_env_pool;
+  g_env_pool = e;
+}
 
 // ---- errors and markers -------------------------------------------------------
 // The one exception type: only the try builtin catches it.
