@@ -722,10 +722,11 @@ static Val *eval_dot_assign_effect(Node *n, Env *env) {
   return g_nil;
 }
 
-// An assignment of arithmetic, a number literal or a math builtin whose
-// value is dropped: a number goes into the variable's own record when the
-// variable owns one, else into a new record it owns. Other values (x = y)
-// are shared as they are, by assign_value.
+// An assignment whose value is dropped: a number (made by arithmetic or
+// read from a variable, element, field or call) goes into the variable's
+// own record when the variable owns one, else into a new record it owns;
+// the record it came from stays with its holder. Numbers are never told
+// apart by record, so copying them is invisible.
 static Val *eval_assign_effect(Node *n, Env *env) {
   double x;
   Val *v = operand(n->assign.val, env, &x);
@@ -791,8 +792,7 @@ static EffectFn self_for_kind(int rk) {
 
 static EffectFn choose_assign_effect(Node *n) {
   Node *rhs = n->assign.val;
-  if (!fresh_number_node(rhs)) return assign_value;
-  if (rhs->type != N_BIN || !rhs->bin.left || rhs->bin.left->type != N_ID ||
+  if (!rhs || rhs->type != N_BIN || !rhs->bin.left || rhs->bin.left->type != N_ID ||
       rhs->bin.left->id != n->assign.name)
     return eval_assign_effect;
   int rk = operand_kind(rhs->bin.right);
@@ -810,9 +810,8 @@ static EffectFn choose_assign_effect(Node *n) {
 static EffectFn choose_effect(Node *n) {
   switch (n->type) {
     case N_ASSIGN: return choose_assign_effect(n);
-    // A number made just for the store may go into the target's own record.
-    case N_DOT_ASSIGN: return fresh_number_node(n->dot_assign.val) ? eval_dot_assign_effect : eval_dot_assign;
-    case N_IDX_ASSIGN: return fresh_number_node(n->idx_assign.val) ? eval_idx_assign_effect : eval_idx_assign;
+    case N_DOT_ASSIGN: return eval_dot_assign_effect;
+    case N_IDX_ASSIGN: return eval_idx_assign_effect;
     case N_WHILE: return while_effect;
     case N_FOR: return for_effect;
     case N_IF: return if_effect;

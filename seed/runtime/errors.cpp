@@ -10,7 +10,7 @@ Val g_cnt_rec = {V_STR, 0, {0}};
 int g_try_depth;
 // A marker that can only travel to its call (a "direct" ret) is never seen
 // by the program, so one record serves them all.
-static Val *g_direct_ret;
+Val *g_direct_ret;
 char *g_stack_limit;
 #ifdef ORVEX_FUZZ
 long g_steps_left;
@@ -44,7 +44,7 @@ Val *make_ret(Val *v) {
   return r;
 }
 
-int is_ret(Val *v) {
+int is_ret_shape(Val *v) {
   if (!v || v->type != V_LST || v->lst->len != 2) return 0;
   Val *tag = v->lst->items[0];
   return tag->type == V_STR && strcmp(tag->s, "__ret__") == 0;

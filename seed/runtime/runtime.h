@@ -260,7 +260,10 @@ extern int g_try_depth;
 [[noreturn]] void orvex_throw(const char *msg);
 Val *make_ret(Val *v);
 Val *make_direct_ret(Val *v);
-int is_ret(Val *v);
+// Any two-element list headed by the text "__ret__" is a return marker.
+int is_ret_shape(Val *v);
+extern Val *g_direct_ret;
+inline int is_ret(Val *v) { return v && (v == g_direct_ret || is_ret_shape(v)); }
 Val *ret_val(Val *v);
 void markers_init();
 
