@@ -2,6 +2,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "../builtins/builtins.h"
 #include "../driver/driver.h"
@@ -33,19 +36,32 @@ static inline void fuzz_step() {
 
 static Val *index_value(Val *obj, Val *idx, double x, bool give_away);
 
+// x truncated toward zero when that lands in [0, len), else -1: the index
+// num_to_i32 gives there, with one conversion and one unsigned test.
+static inline int32_t index_in(double x, int32_t len) {
+#if defined(__SSE2__)
+  int32_t i = _mm_cvttsd_si32(_mm_set_sd(x));  // INT32_MIN when out of range or NaN
+  return (uint32_t)i < (uint32_t)len ? i : -1;
+#else
+  return x > -1 && x < len ? (int32_t)x : -1;
+#endif
+}
+
 // The usual index, an unboxed number in range of a list or text, inline;
 // everything else (negative, fractional edge cases, objects) in
 // index_value. Truncating a number in [0, len) is what num_to_i32 does.
 [[gnu::always_inline]] static inline Val *index_fast(Val *obj, Val *idx, double x, bool give_away) {
   if (!idx) {
-    if (obj->type == V_LST && x >= 0 && x < obj->lst->len) {
-      Val *v = obj->lst->items[(int)x];
-      if (give_away && v->type == V_NUM) v->len = 0;
-      return v;
-    }
-    if (obj->type == V_STR && x >= 0 && x < obj->len) {
-      int i = (int)x;
-      return val_str_n(obj->s + i, obj->s[i] ? 1 : 0);
+    if (obj->type == V_LST) {
+      int32_t i = index_in(x, obj->lst->len);
+      if (i >= 0) {
+        Val *v = obj->lst->items[i];
+        if (give_away && v->type == V_NUM) v->len = 0;
+        return v;
+      }
+    } else if (obj->type == V_STR) {
+      int32_t i = index_in(x, obj->len);
+      if (i >= 0) return val_str_n(obj->s + i, obj->s[i] ? 1 : 0);
     }
   }
   return index_value(obj, idx, x, give_away);
@@ -58,8 +74,8 @@ static Val *index_value(Val *obj, Val *idx, double x, bool give_away);
     if (idx->type != V_NUM) return nullptr;
     x = idx->n;
   }
-  if (x >= 0 && x < target->lst->len) return &target->lst->items[(int)x];
-  int32_t i = num_to_i32(x);
+  int32_t i = index_in(x, target->lst->len);
+  if (__builtin_expect(i < 0, 0)) i = num_to_i32(x);  // NaN is index 0
   return i >= 0 && i < target->lst->len ? &target->lst->items[i] : nullptr;
 }
 
