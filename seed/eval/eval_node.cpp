@@ -16,11 +16,25 @@ char g_cur_file[PATH_MAX_LEN + 1];
   fatal("orvex-min: undefined: %s (in %s)", id, g_cur_file[0] ? g_cur_file : "?");
 }
 
-[[gnu::always_inline]] static inline Val *eval_id(Node *n, Env *env) {
+[[gnu::noinline]] static Val *eval_id_slow(Node *n, Env *env) {
   Val *v = env_get_cached(env, n->id, &n->cache_depth, &n->cache_slot);
   if (v) return v;
   if (n->id[0] == '_' && n->id[1] == '_') return g_nil;
   undefined_name(n->id);
+}
+
+// A variable read: inline when the name was last found in this very scope
+// (bound values are never null), the rest out of line to keep callers small.
+[[gnu::always_inline]] static inline Val *eval_id(Node *n, Env *env) {
+  uint32_t slot = (uint32_t)n->cache_slot;
+  if (__builtin_expect(n->cache_depth == 0 && slot < (uint32_t)env->len && env->keys[slot] == n->id, 1))
+    return env->vals[slot];
+  if (n->cache_depth == 1) {
+    // one scope out (a global or closure variable used in a call)
+    Env *p = env->parent;
+    if (p && !(env->names & name_bit(n->id)) && slot < (uint32_t)p->len && p->keys[slot] == n->id) return p->vals[slot];
+  }
+  return eval_id_slow(n, env);
 }
 
 Val *eval_name(Node *n, Env *env) { return eval_id(n, env); }
