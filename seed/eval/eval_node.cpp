@@ -298,15 +298,17 @@ static Val *bin_apply(char op, Val *a, double x, Val *b, double y, double *out) 
   }
 }
 
+[[gnu::always_inline]] static inline bool test(Node *n, Env *env);
+
 static Val *eval_bin_generic(Node *n, Env *env, double *out) {
   char op = n->bin.op;
   if (op == '|') {
-    if (operand_truthy(n->bin.left, env)) return g_true;
-    return val_bool(operand_truthy(n->bin.right, env));
+    if (test(n->bin.left, env)) return g_true;
+    return val_bool(test(n->bin.right, env));
   }
   if (op == '&') {
-    if (!operand_truthy(n->bin.left, env)) return g_false;
-    return val_bool(operand_truthy(n->bin.right, env));
+    if (!test(n->bin.left, env)) return g_false;
+    return val_bool(test(n->bin.right, env));
   }
   double x = 0, y = 0;
   Val *a = operand(n->bin.left, env, &x);
@@ -389,6 +391,62 @@ static OperandFn choose_bin(Node *n) {
     case '!': return bin_for_kinds<'!'>(l, r);
     default: return eval_bin_generic;
   }
+}
+
+// Conditions: a comparison of the usual operand shapes answers a bool
+// straight from the two numbers; other operators and nodes are tested by
+// their value's truth.
+template <char OP, int LK, int RK>
+static bool cmp_test(Node *n, Env *env) {
+  double x = 0, y = 0;
+  Val *a = fetch<LK>(n->bin.left, env, &x);
+  Val *b = fetch<RK>(n->bin.right, env, &y);
+  if (__builtin_expect(a != nullptr || b != nullptr, 0)) return bin_apply(OP, a, x, b, y, &x) == g_true;
+  switch (OP) {
+    case '<': return x < y;
+    case '>': return x > y;
+    case 'l': return x <= y;
+    case 'g': return x >= y;
+    case '=': return x == y;
+    default: return x != y;
+  }
+}
+
+template <char OP>
+static TestFn cmp_for_kinds(int lk, int rk) {
+  static const TestFn table[3][3] = {
+      {cmp_test<OP, K_ANY, K_ANY>, cmp_test<OP, K_ANY, K_NUM>, cmp_test<OP, K_ANY, K_ID>},
+      {cmp_test<OP, K_NUM, K_ANY>, cmp_test<OP, K_NUM, K_NUM>, cmp_test<OP, K_NUM, K_ID>},
+      {cmp_test<OP, K_ID, K_ANY>, cmp_test<OP, K_ID, K_NUM>, cmp_test<OP, K_ID, K_ID>},
+  };
+  return table[lk][rk];
+}
+
+static bool and_test(Node *n, Env *env) { return test(n->bin.left, env) && test(n->bin.right, env); }
+static bool or_test(Node *n, Env *env) { return test(n->bin.left, env) || test(n->bin.right, env); }
+static bool value_test(Node *n, Env *env) { return operand_truthy(n, env); }
+
+static TestFn choose_test(Node *n) {
+  if (n->type != N_BIN) return value_test;
+  int l = operand_kind(n->bin.left), r = operand_kind(n->bin.right);
+  switch (n->bin.op) {
+    case '<': return cmp_for_kinds<'<'>(l, r);
+    case '>': return cmp_for_kinds<'>'>(l, r);
+    case 'l': return cmp_for_kinds<'l'>(l, r);
+    case 'g': return cmp_for_kinds<'g'>(l, r);
+    case '=': return cmp_for_kinds<'='>(l, r);
+    case '!': return cmp_for_kinds<'!'>(l, r);
+    case '&': return and_test;
+    case '|': return or_test;
+    default: return value_test;
+  }
+}
+
+[[gnu::always_inline]] static inline bool test(Node *n, Env *env) {
+  if (!n) return false;  // a missing condition is nil
+  TestFn f = n->test_fn;
+  if (__builtin_expect(!f, 0)) f = n->test_fn = choose_test(n);
+  return f(n, env);
 }
 
 // idx null means the index is the number x (evaluated unboxed). A list
@@ -488,9 +546,9 @@ static inline LoopStep loop_body(Node *body, Env *env, Val **result, bool as_eff
 
 // The branch an if runs (null when none applies).
 static Node *choose_branch(Node *n, Env *env) {
-  if (operand_truthy(n->iff.cond, env)) return n->iff.then;
+  if (test(n->iff.cond, env)) return n->iff.then;
   for (int i = 0; i < n->iff.nelif; i++)
-    if (operand_truthy(n->iff.elifs[i], env)) return n->iff.elif_body[i];
+    if (test(n->iff.elifs[i], env)) return n->iff.elif_body[i];
   return n->iff.els;
 }
 
@@ -504,7 +562,7 @@ static Node *loop_stmt(Node *body) {
 static Val *eval_while(Node *n, Env *env, bool as_effect) {
   Val *result = g_nil;
   Node *cond = n->whl.cond, *body = loop_stmt(n->whl.body);
-  while (operand_truthy(cond, env)) {
+  while (test(cond, env)) {
     fuzz_step();
     if (loop_body(body, env, &result, as_effect) != STEP_ON) break;
   }

@@ -8,6 +8,7 @@ struct Node;
 typedef Val *(*fnptr)(Val **args, int nargs);
 typedef Val *(*OperandFn)(Node *n, Env *env, double *out);
 typedef Val *(*EffectFn)(Node *n, Env *env);
+typedef bool (*TestFn)(Node *n, Env *env);
 
 enum NType : uint32_t {
   N_NUM = 0, N_STR, N_BOOL, N_NIL, N_ID, N_LST, N_OBJ, N_BIN, N_UNARY,
@@ -24,11 +25,12 @@ struct Node {
   // its text length in cache_slot.
   int32_t cache_depth, cache_slot;
   // The evaluator's code for this node's shape, chosen at its first use
-  // (null until then): for its value, inside arithmetic, and where the
-  // value is dropped.
+  // (null until then): for its value, inside arithmetic, where the value
+  // is dropped, and as a condition.
   EffectFn value_fn;
   OperandFn operand_fn;
   EffectFn effect_fn;
+  TestFn test_fn;
   union {
     double num;
     const char *str;
