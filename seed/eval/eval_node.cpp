@@ -514,16 +514,34 @@ static inline bool is_marker(Val *v) {
   return v == g_brk_sentinel || v == g_cnt_sentinel || (t == V_LST && is_ret(v));
 }
 
+static EffectFn choose_effect(Node *n);
+
+// Runs statements [0, end) of a block, stopping at a marker (returned);
+// otherwise the last value. The statements' handlers are chosen once, the
+// first time the block runs (cache_depth marks it), and then called
+// directly.
+static inline Val *run_stmts(Node *n, Env *env, int end) {
+  Node **st = n->block.stmts;
+  if (__builtin_expect(n->cache_depth != 1, 0)) {
+    for (int i = 0; i < n->block.n; i++)
+      if (!st[i]->effect_fn) st[i]->effect_fn = choose_effect(st[i]);
+    n->cache_depth = 1;
+  }
+  Val *v = g_nil;
+  for (int i = 0; i < end; i++) {
+    v = st[i]->effect_fn(st[i], env);
+    if (is_marker(v)) return v;
+  }
+  return v;
+}
+
 // Runs every statement of a block but the last; the value that stops it
 // (a marker, or nil for an empty block), else null.
 static Val *run_block_prefix(Node *n, Env *env) {
   int last = n->block.n - 1;
   if (last < 0) return g_nil;
-  for (int i = 0; i < last; i++) {
-    Val *v = effect(n->block.stmts[i], env);
-    if (is_marker(v)) return v;
-  }
-  return nullptr;
+  Val *v = run_stmts(n, env, last);
+  return is_marker(v) ? v : nullptr;
 }
 
 // Loop bodies: brk ends the loop with nil, cnt goes on (leaving nil as the
@@ -835,14 +853,7 @@ static Val *eval_assign_effect(Node *n, Env *env) {
 
 static bool is_math_call(Node *n) { return n->type == N_CALL && call_site_is_math(n); }
 
-static Val *block_effect(Node *n, Env *env) {
-  Val *v = g_nil;
-  for (int i = 0; i < n->block.n; i++) {
-    v = effect(n->block.stmts[i], env);
-    if (is_marker(v)) return v;
-  }
-  return v;
-}
+static Val *block_effect(Node *n, Env *env) { return run_stmts(n, env, n->block.n); }
 
 static Val *if_effect(Node *n, Env *env) { return effect(choose_branch(n, env), env); }
 static Val *while_effect(Node *n, Env *env) { return eval_while(n, env, true); }
