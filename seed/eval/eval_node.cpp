@@ -149,15 +149,17 @@ static Val *idx_operand(Node *n, Env *env, double *x) {
   return nullptr;
 }
 
-static Val *dot_operand(Node *n, Env *env, double *x) {
-  Val *obj = container(n->dot.obj, env);
+[[gnu::always_inline]] static inline Val *field_operand(Val *obj, Node *n, double *x) {
   if (obj->type != V_OBJ) return g_nil;
   Val **slot = obj_slot_cached(obj, n->dot.field, &n->cache_slot);
   if (!slot) return g_nil;
-  if ((*slot)->type != V_NUM) return *slot;
-  *x = (*slot)->n;
+  Val *v = *slot;
+  if (v->type != V_NUM) return v;
+  *x = v->n;
   return nullptr;
 }
+
+static Val *dot_operand(Node *n, Env *env, double *x) { return field_operand(container(n->dot.obj, env), n, x); }
 
 static Val *value_operand(Node *n, Env *env, double *) { return eval_node(n, env); }
 
@@ -319,7 +321,12 @@ static Val *eval_bin_generic(Node *n, Env *env, double *out) {
 // Operators on the usual operand shapes (number literals, variables) get
 // their own code, chosen once per node: both sides are read without the
 // generic operand dispatch, and two numbers skip the text and list cases.
-enum OperandKind { K_ANY, K_NUM, K_ID };
+enum OperandKind { K_ANY, K_NUM, K_ID, K_FIELD };
+
+// A field of a variable (`b.x`) read in place.
+[[gnu::always_inline]] static inline Val *field_fetch(Node *n, Env *env, double *x) {
+  return field_operand(eval_id(n->dot.obj, env), n, x);
+}
 
 template <int K>
 [[gnu::always_inline]] static inline Val *fetch(Node *n, Env *env, double *x) {
@@ -331,6 +338,8 @@ template <int K>
     if (v->type != V_NUM) return v;
     *x = v->n;
     return nullptr;
+  } else if constexpr (K == K_FIELD) {
+    return field_fetch(n, env, x);
   } else {
     return operand(n, env, x);
   }
@@ -375,13 +384,33 @@ static int operand_kind(Node *n) {
   return n->type == N_NUM ? K_NUM : n->type == N_ID ? K_ID : K_ANY;
 }
 
+// The four arithmetic operators also read fields of variables inline
+// (float code through object fields).
+template <char OP>
+static OperandFn arith_for_kinds(int lk, int rk) {
+  static const OperandFn table[4][4] = {
+      {bin_spec<OP, K_ANY, K_ANY>, bin_spec<OP, K_ANY, K_NUM>, bin_spec<OP, K_ANY, K_ID>, bin_spec<OP, K_ANY, K_FIELD>},
+      {bin_spec<OP, K_NUM, K_ANY>, bin_spec<OP, K_NUM, K_NUM>, bin_spec<OP, K_NUM, K_ID>, bin_spec<OP, K_NUM, K_FIELD>},
+      {bin_spec<OP, K_ID, K_ANY>, bin_spec<OP, K_ID, K_NUM>, bin_spec<OP, K_ID, K_ID>, bin_spec<OP, K_ID, K_FIELD>},
+      {bin_spec<OP, K_FIELD, K_ANY>, bin_spec<OP, K_FIELD, K_NUM>, bin_spec<OP, K_FIELD, K_ID>,
+       bin_spec<OP, K_FIELD, K_FIELD>},
+  };
+  return table[lk][rk];
+}
+
+static int arith_kind(Node *n) {
+  if (n && n->type == N_DOT && n->dot.obj && n->dot.obj->type == N_ID) return K_FIELD;
+  return operand_kind(n);
+}
+
 static OperandFn choose_bin(Node *n) {
   int l = operand_kind(n->bin.left), r = operand_kind(n->bin.right);
+  int al = arith_kind(n->bin.left), ar = arith_kind(n->bin.right);
   switch (n->bin.op) {
-    case '+': return bin_for_kinds<'+'>(l, r);
-    case '-': return bin_for_kinds<'-'>(l, r);
-    case '*': return bin_for_kinds<'*'>(l, r);
-    case '/': return bin_for_kinds<'/'>(l, r);
+    case '+': return arith_for_kinds<'+'>(al, ar);
+    case '-': return arith_for_kinds<'-'>(al, ar);
+    case '*': return arith_for_kinds<'*'>(al, ar);
+    case '/': return arith_for_kinds<'/'>(al, ar);
     case '%': return bin_for_kinds<'%'>(l, r);
     case '<': return bin_for_kinds<'<'>(l, r);
     case '>': return bin_for_kinds<'>'>(l, r);
