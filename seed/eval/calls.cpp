@@ -117,7 +117,8 @@ static Val *call_site(Node *n, Env *env, double *out) {
     if (fresh_args & bit) {
       // a number made just for this call may be owned by the parameter it binds
       double x;
-      Val *v = eval_operand(a, env, &x);
+      // arithmetic goes straight to its handler once chosen
+      Val *v = a && a->operand_fn ? a->operand_fn(a, env, &x) : eval_operand(a, env, &x);
       if (!v) {
         v = val_num(x);
         fresh |= bit;

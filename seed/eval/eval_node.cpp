@@ -968,7 +968,7 @@ Val *eval_tail_operand(Node *n, Env *env, double *out) {
         n = n->block.stmts[n->block.n - 1];
         continue;
       }
-      default: return eval_operand(n, env, out);
+      default: return operand(n, env, out);
     }
   }
 }
