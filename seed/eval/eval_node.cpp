@@ -139,7 +139,7 @@ static inline Val *container(Node *n, Env *env) {
 Val *eval_operand(Node *n, Env *env, double *x) { return operand(n, env, x); }
 
 // Elements and fields are read in place: a number there keeps its owner.
-static Val *idx_operand(Node *n, Env *env, double *x) {
+[[gnu::always_inline]] static inline Val *elem_fetch(Node *n, Env *env, double *x) {
   Val *obj = container(n->idx.obj, env);
   double i = 0;
   Val *idx = operand(n->idx.idx, env, &i);
@@ -147,6 +147,15 @@ static Val *idx_operand(Node *n, Env *env, double *x) {
   if (v->type != V_NUM) return v;
   *x = v->n;
   return nullptr;
+}
+
+static Val *idx_operand(Node *n, Env *env, double *x) { return elem_fetch(n, env, x); }
+
+// The right side of a store: element reads (swaps, copies between lists)
+// inline as well.
+[[gnu::always_inline]] static inline Val *stored_operand(Node *n, Env *env, double *x) {
+  if (n && n->type == N_IDX) return elem_fetch(n, env, x);
+  return operand(n, env, x);
 }
 
 [[gnu::always_inline]] static inline Val *field_operand(Val *obj, Node *n, double *x) {
@@ -321,7 +330,7 @@ static Val *eval_bin_generic(Node *n, Env *env, double *out) {
 // Operators on the usual operand shapes (number literals, variables) get
 // their own code, chosen once per node: both sides are read without the
 // generic operand dispatch, and two numbers skip the text and list cases.
-enum OperandKind { K_ANY, K_NUM, K_ID, K_FIELD };
+enum OperandKind { K_ANY, K_NUM, K_ID, K_FIELD, K_ELEM };
 
 // A field of a variable (`b.x`) read in place.
 [[gnu::always_inline]] static inline Val *field_fetch(Node *n, Env *env, double *x) {
@@ -340,6 +349,8 @@ template <int K>
     return nullptr;
   } else if constexpr (K == K_FIELD) {
     return field_fetch(n, env, x);
+  } else if constexpr (K == K_ELEM) {
+    return elem_fetch(n, env, x);
   } else {
     return operand(n, env, x);
   }
@@ -384,22 +395,22 @@ static int operand_kind(Node *n) {
   return n->type == N_NUM ? K_NUM : n->type == N_ID ? K_ID : K_ANY;
 }
 
-// The four arithmetic operators also read fields of variables inline
-// (float code through object fields).
+// The four arithmetic operators also read fields of variables and
+// elements inline (float code through object fields, list arithmetic).
+template <char OP, int LK>
+static constexpr OperandFn arith_row[5] = {bin_spec<OP, LK, K_ANY>, bin_spec<OP, LK, K_NUM>, bin_spec<OP, LK, K_ID>,
+                                           bin_spec<OP, LK, K_FIELD>, bin_spec<OP, LK, K_ELEM>};
+
 template <char OP>
 static OperandFn arith_for_kinds(int lk, int rk) {
-  static const OperandFn table[4][4] = {
-      {bin_spec<OP, K_ANY, K_ANY>, bin_spec<OP, K_ANY, K_NUM>, bin_spec<OP, K_ANY, K_ID>, bin_spec<OP, K_ANY, K_FIELD>},
-      {bin_spec<OP, K_NUM, K_ANY>, bin_spec<OP, K_NUM, K_NUM>, bin_spec<OP, K_NUM, K_ID>, bin_spec<OP, K_NUM, K_FIELD>},
-      {bin_spec<OP, K_ID, K_ANY>, bin_spec<OP, K_ID, K_NUM>, bin_spec<OP, K_ID, K_ID>, bin_spec<OP, K_ID, K_FIELD>},
-      {bin_spec<OP, K_FIELD, K_ANY>, bin_spec<OP, K_FIELD, K_NUM>, bin_spec<OP, K_FIELD, K_ID>,
-       bin_spec<OP, K_FIELD, K_FIELD>},
-  };
-  return table[lk][rk];
+  static const OperandFn *const rows[5] = {arith_row<OP, K_ANY>, arith_row<OP, K_NUM>, arith_row<OP, K_ID>,
+                                           arith_row<OP, K_FIELD>, arith_row<OP, K_ELEM>};
+  return rows[lk][rk];
 }
 
 static int arith_kind(Node *n) {
   if (n && n->type == N_DOT && n->dot.obj && n->dot.obj->type == N_ID) return K_FIELD;
+  if (n && n->type == N_IDX) return K_ELEM;
   return operand_kind(n);
 }
 
@@ -822,7 +833,7 @@ static Val *eval_idx_assign_effect(Node *n, Env *env) {
   Val *target = container(n->idx_assign.obj, env);
   double i = 0, x = 0;
   Val *idx = operand(n->idx_assign.idx, env, &i);
-  Val *v = operand(rhs, env, &x);
+  Val *v = stored_operand(rhs, env, &x);
   if (target->type == V_OBJ) {
     if (idx && idx->type == V_STR) obj_set(target, idx->s, v ? v : val_num(x));
   } else if (target->type == V_LST) {
@@ -864,7 +875,7 @@ static Val *eval_dot_assign_effect(Node *n, Env *env) {
 // apart by record, so copying them is invisible.
 static Val *eval_assign_effect(Node *n, Env *env) {
   double x;
-  Val *v = operand(n->assign.val, env, &x);
+  Val *v = stored_operand(n->assign.val, env, &x);
   if (!v) {
     Val **slot = env_slot_cached(env, n->assign.name, &n->cache_depth, &n->cache_slot);
     if (slot) {
