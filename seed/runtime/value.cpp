@@ -116,13 +116,11 @@ void lst_push(Val *lst, Val *item) {
   if (l->len == l->cap) {
     if (l->cap > INT32_MAX / 2) fatal("orvex-min: list too long");
     int ncap = l->cap ? l->cap * 2 : 4;
-    if (lst_items_inline(l)) {
-      Val **items = (Val **)xmalloc(sizeof(Val *) * (size_t)ncap);
-      memcpy(items, l->items, sizeof(Val *) * (size_t)l->len);
-      l->items = items;
-    } else {
-      l->items = (Val **)xrealloc(l->items, sizeof(Val *) * (size_t)ncap);
-    }
+    // a fresh array rather than realloc, so that long ones get big blocks
+    Val **items = (Val **)xmalloc(sizeof(Val *) * (size_t)ncap);
+    memcpy(items, l->items, sizeof(Val *) * (size_t)l->len);
+    if (!lst_items_inline(l)) xfree(l->items);
+    l->items = items;
     l->cap = ncap;
   }
   l->items[l->len++] = item;
