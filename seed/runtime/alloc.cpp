@@ -25,6 +25,20 @@ bool g_sandbox;
 #endif
 #endif
 
+// A mapping of size bytes (a multiple of 2 MB) starting on a 2 MB boundary
+// and marked for transparent huge pages, or null.
+static const size_t HUGE_PAGE = (size_t)2 << 20;
+static char *huge_map(size_t size) {
+  char *m = (char *)mmap(nullptr, size + HUGE_PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE,
+                         -1, 0);
+  if (m == MAP_FAILED) return nullptr;
+  char *base = (char *)(((uintptr_t)m + HUGE_PAGE - 1) & ~(HUGE_PAGE - 1));
+  if (base > m) munmap(m, (size_t)(base - m));
+  munmap(base + size, (size_t)(m + HUGE_PAGE - base));
+  madvise(base, size, MADV_HUGEPAGE);
+  return base;
+}
+
 #ifndef ORVEX_MALLOC_ONLY
 // Blocks of half a megabyte or more (the arrays of long lists, big tables)
 // get mappings of their own on transparent huge pages: filling one then
@@ -32,7 +46,6 @@ bool g_sandbox;
 // machines is most of the time spent building long lists. A header at the
 // 2 MB-aligned start holds a mark and the mapping's size.
 static const size_t BIG_MIN = (size_t)512 << 10;
-static const size_t HUGE_PAGE = (size_t)2 << 20;
 static const uint64_t BIG_MARK = 0x6f7276782d626967ull;
 struct BigHeader {
   uint64_t mark;
@@ -45,12 +58,8 @@ static bool is_big(void *p) {
 
 static void *big_alloc(size_t n) {
   size_t size = (n + sizeof(BigHeader) + HUGE_PAGE - 1) & ~(HUGE_PAGE - 1);
-  char *m = (char *)mmap(nullptr, size + HUGE_PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (m == MAP_FAILED) return nullptr;
-  char *base = (char *)(((uintptr_t)m + HUGE_PAGE - 1) & ~(HUGE_PAGE - 1));
-  if (base > m) munmap(m, (size_t)(base - m));
-  if (base + size < m + size + HUGE_PAGE) munmap(base + size, (size_t)(m + size + HUGE_PAGE - (base + size)));
-  madvise(base, size, MADV_HUGEPAGE);
+  char *base = huge_map(size);
+  if (!base) return nullptr;
   BigHeader *h = (BigHeader *)base;
   h->mark = BIG_MARK;
   h->size = size;
@@ -184,12 +193,9 @@ static const size_t ARENA_CHUNK = (size_t)32 << 20;
 static char *arena_chunk(size_t n) {
 #ifndef ORVEX_FUZZ
   if (n <= ARENA_CHUNK) {
-    void *p = mmap(nullptr, ARENA_CHUNK, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE,
-                   -1, 0);
-    if (p != MAP_FAILED) {
-      madvise(p, ARENA_CHUNK, MADV_HUGEPAGE);
-      g_arena_end = (char *)p + ARENA_CHUNK;
-      return (char *)p;
+    if (char *p = huge_map(ARENA_CHUNK)) {
+      g_arena_end = p + ARENA_CHUNK;
+      return p;
     }
   }
 #endif
