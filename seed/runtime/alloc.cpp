@@ -44,31 +44,45 @@ static char *huge_map(size_t size) {
 // get mappings of their own on transparent huge pages: filling one then
 // costs a page fault per 2 MB instead of one per 4 KB, which on virtual
 // machines is most of the time spent building long lists. A header at the
-// 2 MB-aligned start holds a mark and the mapping's size.
+// 2 MB-aligned start holds the mapping's size; the live ones are listed, so
+// a malloc block is never taken for one (there are few: each is big).
 static const size_t BIG_MIN = (size_t)512 << 10;
-static const uint64_t BIG_MARK = 0x6f7276782d626967ull;
 struct BigHeader {
-  uint64_t mark;
-  size_t size;
+  size_t size, pad;
 };
+static void **g_bigs;
+static size_t g_bigs_len, g_bigs_cap;
 
-static bool is_big(void *p) {
-  return ((uintptr_t)p & (HUGE_PAGE - 1)) == sizeof(BigHeader) && ((BigHeader *)p)[-1].mark == BIG_MARK;
+static size_t big_index(void *p) {
+  if (((uintptr_t)p & (HUGE_PAGE - 1)) != sizeof(BigHeader)) return SIZE_MAX;
+  for (size_t i = 0; i < g_bigs_len; i++)
+    if (g_bigs[i] == p) return i;
+  return SIZE_MAX;
 }
 
+static bool is_big(void *p) { return big_index(p) != SIZE_MAX; }
+
 static void *big_alloc(size_t n) {
+  if (g_bigs_len == g_bigs_cap) {
+    size_t cap = g_bigs_cap ? g_bigs_cap * 2 : 64;
+    void **bigs = (void **)realloc(g_bigs, cap * sizeof(void *));
+    if (!bigs) return nullptr;
+    g_bigs = bigs;
+    g_bigs_cap = cap;
+  }
   size_t size = (n + sizeof(BigHeader) + HUGE_PAGE - 1) & ~(HUGE_PAGE - 1);
   char *base = huge_map(size);
   if (!base) return nullptr;
   BigHeader *h = (BigHeader *)base;
-  h->mark = BIG_MARK;
   h->size = size;
+  g_bigs[g_bigs_len++] = h + 1;
   return h + 1;
 }
 
 static void big_free(void *p) {
+  size_t i = big_index(p);
+  g_bigs[i] = g_bigs[--g_bigs_len];
   BigHeader *h = (BigHeader *)p - 1;
-  h->mark = 0;
   munmap(h, h->size);
 }
 #endif
