@@ -52,16 +52,25 @@ Val *val_str_own(char *s, int len) {
   return v;
 }
 
-// Texts never change, so every empty or one-byte text shares its bytes with
-// this table (the record itself is still new each time).
+// Texts never change and are told apart only by their bytes, so every
+// empty or one-byte text is one of these shared records (scanning a text
+// byte by byte allocates nothing).
 static char g_byte_texts[256][2];
+static Val g_byte_vals[256], g_empty_val;
 
 Val *val_str_n(const char *s, int len) {
-  if (len == 0) return val_str_own(g_byte_texts[0], 0);
+  if (len == 0) {
+    if (!g_empty_val.s) g_empty_val = {V_STR, 0, {.s = g_byte_texts[0]}};
+    return &g_empty_val;
+  }
   if (len == 1) {
     unsigned char c = (unsigned char)s[0];
-    g_byte_texts[c][0] = (char)c;
-    return val_str_own(g_byte_texts[c], 1);
+    Val *v = &g_byte_vals[c];
+    if (!v->s) {
+      g_byte_texts[c][0] = (char)c;
+      *v = {V_STR, 1, {.s = g_byte_texts[c]}};
+    }
+    return v;
   }
   char *copy = text_bytes((size_t)len + 1);
   memcpy(copy, s, (size_t)len);
