@@ -694,9 +694,11 @@ static Val *eval_obj_literal(Node *n, Env *env) {
 
 static Val *num_value(Node *n, Env *) { return val_num(n->num); }
 
-// A fresh record each time; the bytes never change, so they are shared.
+// The bytes never change, so they are shared; empty and one-byte texts
+// are shared records as well.
 static Val *str_value(Node *n, Env *) {
   if (n->cache_slot < 0) n->cache_slot = (int32_t)strlen(n->str);
+  if (n->cache_slot <= 1) return val_str_n(n->str, n->cache_slot);
   return val_str_own((char *)n->str, n->cache_slot);
 }
 
