@@ -151,12 +151,15 @@ Val *eval_operand(Node *n, Env *env, double *x) { return operand(n, env, x); }
 
 static Val *idx_operand(Node *n, Env *env, double *x) { return elem_fetch(n, env, x); }
 
-// The right side of a store: element reads (swaps, copies between lists)
-// inline as well.
+// The right side of a store: stores of an element (swaps, copies between
+// lists) get their own handlers with the element read inline.
+template <bool ELEM>
 [[gnu::always_inline]] static inline Val *stored_operand(Node *n, Env *env, double *x) {
-  if (n && n->type == N_IDX) return elem_fetch(n, env, x);
+  if constexpr (ELEM) return elem_fetch(n, env, x);
   return operand(n, env, x);
 }
+
+static bool is_elem(Node *n) { return n && n->type == N_IDX; }
 
 [[gnu::always_inline]] static inline Val *field_operand(Val *obj, Node *n, double *x) {
   if (obj->type != V_OBJ) return g_nil;
@@ -830,12 +833,13 @@ static void store_owned(Val **slot, double x) {
 
 // An element assignment whose value is dropped: a number goes into the
 // element's own record when it owns one.
+template <bool ELEM>
 static Val *eval_idx_assign_effect(Node *n, Env *env) {
   Node *rhs = n->idx_assign.val;
   Val *target = container(n->idx_assign.obj, env);
   double i = 0, x = 0;
   Val *idx = operand(n->idx_assign.idx, env, &i);
-  Val *v = stored_operand(rhs, env, &x);
+  Val *v = stored_operand<ELEM>(rhs, env, &x);
   if (target->type == V_OBJ) {
     if (idx && idx->type == V_STR) obj_set(target, idx->s, v ? v : val_num(x));
   } else if (target->type == V_LST) {
@@ -875,9 +879,10 @@ static Val *eval_dot_assign_effect(Node *n, Env *env) {
 // own record when the variable owns one, else into a new record it owns;
 // the record it came from stays with its holder. Numbers are never told
 // apart by record, so copying them is invisible.
+template <bool ELEM>
 static Val *eval_assign_effect(Node *n, Env *env) {
   double x;
-  Val *v = stored_operand(n->assign.val, env, &x);
+  Val *v = stored_operand<ELEM>(n->assign.val, env, &x);
   if (!v) {
     Val **slot = env_slot_cached(env, n->assign.name, &n->cache_depth, &n->cache_slot);
     if (slot) {
@@ -910,7 +915,7 @@ static Val *assign_self_effect(Node *n, Env *env) {
   Val **slot = env_slot_cached(env, n->assign.name, &n->cache_depth, &n->cache_slot);
   double y;
   if (!slot || (*slot)->type != V_NUM || fetch<RK>(rhs->bin.right, env, &y))
-    return eval_assign_effect(n, env);
+    return eval_assign_effect<false>(n, env);
   double x = (*slot)->n, r;
   switch (OP) {
     case '+': r = x + y; break;
@@ -933,18 +938,19 @@ static EffectFn self_for_kind(int rk) {
 
 static EffectFn choose_assign_effect(Node *n) {
   Node *rhs = n->assign.val;
+  if (is_elem(rhs)) return eval_assign_effect<true>;
   if (!rhs || rhs->type != N_BIN || !rhs->bin.left || rhs->bin.left->type != N_ID ||
       rhs->bin.left->id != n->assign.name)
-    return eval_assign_effect;
+    return eval_assign_effect<false>;
   int rk = operand_kind(rhs->bin.right);
-  if (rk == K_ANY) return eval_assign_effect;
+  if (rk == K_ANY) return eval_assign_effect<false>;
   switch (rhs->bin.op) {
     case '+': return self_for_kind<'+'>(rk);
     case '-': return self_for_kind<'-'>(rk);
     case '*': return self_for_kind<'*'>(rk);
     case '/': return self_for_kind<'/'>(rk);
     case '%': return self_for_kind<'%'>(rk);
-    default: return eval_assign_effect;
+    default: return eval_assign_effect<false>;
   }
 }
 
@@ -952,7 +958,8 @@ static EffectFn choose_effect(Node *n) {
   switch (n->type) {
     case N_ASSIGN: return choose_assign_effect(n);
     case N_DOT_ASSIGN: return eval_dot_assign_effect;
-    case N_IDX_ASSIGN: return eval_idx_assign_effect;
+    case N_IDX_ASSIGN:
+      return is_elem(n->idx_assign.val) ? eval_idx_assign_effect<true> : eval_idx_assign_effect<false>;
     case N_WHILE: return while_effect;
     case N_FOR: return for_effect;
     case N_IF: return if_effect;

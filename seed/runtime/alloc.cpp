@@ -275,7 +275,10 @@ const char *intern(const char *s, size_t len) {
       return g_names[j].s;
     j = (j + 1) & (g_names_cap - 1);
   }
-  char *copy = (char *)xarena(len + 1);
+  // The byte before each name numbers it: name_bit spreads names made one
+  // after another (a function's variables) over distinct bits.
+  char *copy = (char *)xarena(len + 2) + 1;
+  copy[-1] = (char)(g_names_len & 63);
   memcpy(copy, s, len);
   copy[len] = 0;
   g_names[j] = {h, (uint32_t)len, copy};

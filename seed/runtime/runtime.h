@@ -194,10 +194,7 @@ struct Env {
   const char *inline_keys[ENV_INLINE];
   Val *inline_vals[ENV_INLINE];
 };
-inline uint64_t name_bit(const char *sym) {
-  uintptr_t p = (uintptr_t)sym;
-  return (uint64_t)1 << ((p >> 4 ^ p >> 10) & 63);
-}
+inline uint64_t name_bit(const char *sym) { return (uint64_t)1 << ((const unsigned char *)sym)[-1] % 64; }
 Env *env_new(Env *parent);
 Val *env_get(Env *e, const char *sym);
 void env_set_local(Env *e, const char *sym, Val *val);
