@@ -323,3 +323,26 @@ TEST(Scopes, ReleasedScopeComesBackEmpty) {
   EXPECT_EQ(env_get(kept, intern("k"))->n, 3);
   EXPECT_NE(env_new(nullptr), kept);
 }
+
+// Names made one after another take distinct mask bits, so a function's
+// variables do not hide the globals it reads; the mask still only ever
+// proves absence.
+TEST(Scopes, ConsecutiveNamesTakeDistinctBits) {
+  uint64_t seen = 0;
+  for (int i = 0; i < 64; i++) {
+    uint64_t bit = name_bit(intern(("fresh_name_" + std::to_string(i)).c_str()));
+    EXPECT_EQ(seen & bit, 0u) << i;
+    seen |= bit;
+  }
+  EXPECT_EQ(name_bit(intern("fresh_name_3")), name_bit(intern("fresh_name_3")));
+  Env *g = env_new(nullptr);
+  Env *f = env_new(g);
+  const char *glob = intern("a_global");
+  env_bind(g, glob, val_num(1));
+  for (int i = 0; i < 100; i++) env_bind(f, intern(("local_" + std::to_string(i)).c_str()), val_num(i));
+  int32_t depth = -1, slot = -1;
+  Val **p = env_slot_cached(f, glob, &depth, &slot);
+  ASSERT_NE(p, nullptr);
+  EXPECT_EQ((*p)->n, 1);
+  EXPECT_EQ(depth, 1);
+}
