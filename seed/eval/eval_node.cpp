@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -359,6 +360,19 @@ template <int K>
   }
 }
 
+// The six comparisons of two numbers.
+template <char OP>
+[[gnu::always_inline]] static inline bool num_compare(double x, double y) {
+  switch (OP) {
+    case '<': return x < y;
+    case '>': return x > y;
+    case 'l': return x <= y;
+    case 'g': return x >= y;
+    case '=': return x == y;
+    default: return x != y;
+  }
+}
+
 template <char OP, int LK, int RK>
 static Val *bin_spec(Node *n, Env *env, double *out) {
   double x = 0, y = 0;
@@ -374,23 +388,42 @@ static Val *bin_spec(Node *n, Env *env, double *out) {
       *out = x / y;
       return nullptr;
     case '%': *out = num_mod(x, y); return nullptr;
-    case '<': return x < y ? g_true : g_false;
-    case '>': return x > y ? g_true : g_false;
-    case 'l': return x <= y ? g_true : g_false;
-    case 'g': return x >= y ? g_true : g_false;
-    case '=': return x == y ? g_true : g_false;
-    default: return x != y ? g_true : g_false;
+    default: return num_compare<OP>(x, y) ? g_true : g_false;
   }
 }
 
-template <char OP>
-static OperandFn bin_for_kinds(int lk, int rk) {
-  static const OperandFn table[3][3] = {
-      {bin_spec<OP, K_ANY, K_ANY>, bin_spec<OP, K_ANY, K_NUM>, bin_spec<OP, K_ANY, K_ID>},
-      {bin_spec<OP, K_NUM, K_ANY>, bin_spec<OP, K_NUM, K_NUM>, bin_spec<OP, K_NUM, K_ID>},
-      {bin_spec<OP, K_ID, K_ANY>, bin_spec<OP, K_ID, K_NUM>, bin_spec<OP, K_ID, K_ID>},
+// The handler for one operator and each pair of the three basic kinds.
+template <template <char, int, int> class H, char OP>
+static auto by_kinds(int lk, int rk) {
+  static const std::remove_const_t<decltype(H<OP, K_ANY, K_ANY>::fn)> table[3][3] = {
+      {H<OP, K_ANY, K_ANY>::fn, H<OP, K_ANY, K_NUM>::fn, H<OP, K_ANY, K_ID>::fn},
+      {H<OP, K_NUM, K_ANY>::fn, H<OP, K_NUM, K_NUM>::fn, H<OP, K_NUM, K_ID>::fn},
+      {H<OP, K_ID, K_ANY>::fn, H<OP, K_ID, K_NUM>::fn, H<OP, K_ID, K_ID>::fn},
   };
   return table[lk][rk];
+}
+
+template <char OP, int LK, int RK>
+struct BinFor {
+  static constexpr OperandFn fn = bin_spec<OP, LK, RK>;
+};
+
+template <char OP>
+static OperandFn bin_for_kinds(int lk, int rk) { return by_kinds<BinFor, OP>(lk, rk); }
+
+static bool is_comparison(char op) { return op && strchr("<>lg=!", op) != nullptr; }
+
+// The handler of a comparison operator (see is_comparison) for two kinds.
+template <template <char, int, int> class H>
+static auto comparison_by_kinds(char op, int lk, int rk) {
+  switch (op) {
+    case '<': return by_kinds<H, '<'>(lk, rk);
+    case '>': return by_kinds<H, '>'>(lk, rk);
+    case 'l': return by_kinds<H, 'l'>(lk, rk);
+    case 'g': return by_kinds<H, 'g'>(lk, rk);
+    case '=': return by_kinds<H, '='>(lk, rk);
+    default: return by_kinds<H, '!'>(lk, rk);
+  }
 }
 
 static int operand_kind(Node *n) {
@@ -426,13 +459,7 @@ static OperandFn choose_bin(Node *n) {
     case '*': return arith_for_kinds<'*'>(al, ar);
     case '/': return arith_for_kinds<'/'>(al, ar);
     case '%': return bin_for_kinds<'%'>(l, r);
-    case '<': return bin_for_kinds<'<'>(l, r);
-    case '>': return bin_for_kinds<'>'>(l, r);
-    case 'l': return bin_for_kinds<'l'>(l, r);
-    case 'g': return bin_for_kinds<'g'>(l, r);
-    case '=': return bin_for_kinds<'='>(l, r);
-    case '!': return bin_for_kinds<'!'>(l, r);
-    default: return eval_bin_generic;
+    default: return is_comparison(n->bin.op) ? comparison_by_kinds<BinFor>(n->bin.op, l, r) : eval_bin_generic;
   }
 }
 
@@ -445,25 +472,14 @@ static bool cmp_test(Node *n, Env *env) {
   Val *a = fetch<LK>(n->bin.left, env, &x);
   Val *b = fetch<RK>(n->bin.right, env, &y);
   if (__builtin_expect(a != nullptr || b != nullptr, 0)) return bin_apply(OP, a, x, b, y, &x) == g_true;
-  switch (OP) {
-    case '<': return x < y;
-    case '>': return x > y;
-    case 'l': return x <= y;
-    case 'g': return x >= y;
-    case '=': return x == y;
-    default: return x != y;
-  }
+  return num_compare<OP>(x, y);
 }
 
-template <char OP>
-static TestFn cmp_for_kinds(int lk, int rk) {
-  static const TestFn table[3][3] = {
-      {cmp_test<OP, K_ANY, K_ANY>, cmp_test<OP, K_ANY, K_NUM>, cmp_test<OP, K_ANY, K_ID>},
-      {cmp_test<OP, K_NUM, K_ANY>, cmp_test<OP, K_NUM, K_NUM>, cmp_test<OP, K_NUM, K_ID>},
-      {cmp_test<OP, K_ID, K_ANY>, cmp_test<OP, K_ID, K_NUM>, cmp_test<OP, K_ID, K_ID>},
-  };
-  return table[lk][rk];
-}
+template <char OP, int LK, int RK>
+struct CmpFor {
+  static constexpr TestFn fn = cmp_test<OP, LK, RK>;
+};
+
 
 static bool and_test(Node *n, Env *env) { return test(n->bin.left, env) && test(n->bin.right, env); }
 static bool or_test(Node *n, Env *env) { return test(n->bin.left, env) || test(n->bin.right, env); }
@@ -472,13 +488,8 @@ static bool value_test(Node *n, Env *env) { return operand_truthy(n, env); }
 static TestFn choose_test(Node *n) {
   if (n->type != N_BIN) return value_test;
   int l = operand_kind(n->bin.left), r = operand_kind(n->bin.right);
+  if (is_comparison(n->bin.op)) return comparison_by_kinds<CmpFor>(n->bin.op, l, r);
   switch (n->bin.op) {
-    case '<': return cmp_for_kinds<'<'>(l, r);
-    case '>': return cmp_for_kinds<'>'>(l, r);
-    case 'l': return cmp_for_kinds<'l'>(l, r);
-    case 'g': return cmp_for_kinds<'g'>(l, r);
-    case '=': return cmp_for_kinds<'='>(l, r);
-    case '!': return cmp_for_kinds<'!'>(l, r);
     case '&': return and_test;
     case '|': return or_test;
     default: return value_test;
