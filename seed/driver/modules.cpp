@@ -56,8 +56,7 @@ void resolve_use_path(const char *cur_dir, const char *mod_path, char *out, size
 // owns it any longer.
 static void bind_all(Env *from, Env *to) {
   for (int i = 0; i < from->len; i++) {
-    if (from->vals[i]->type == V_NUM) from->vals[i]->len = 0;
-    env_bind(to, from->keys[i], from->vals[i]);
+    env_bind(to, from->keys[i], given_away(from->vals[i]));
   }
 }
 
@@ -69,8 +68,7 @@ static Env *collect_exports(Env *mod_env) {
   for (int i = 0; i < mod_env->len; i++) {
     Val *global = env_get(g_global_env, mod_env->keys[i]);
     if (global && global == mod_env->vals[i]) continue;
-    if (mod_env->vals[i]->type == V_NUM) mod_env->vals[i]->len = 0;
-    env_bind(exports, mod_env->keys[i], mod_env->vals[i]);
+    env_bind(exports, mod_env->keys[i], given_away(mod_env->vals[i]));
   }
   return exports;
 }

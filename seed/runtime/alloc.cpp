@@ -189,6 +189,13 @@ void runtime_reset() {
 }
 #endif
 
+void *xgrow(void *p, size_t used, size_t cap, size_t size, bool heap) {
+  void *q = xmalloc(cap * size);
+  memcpy(q, p, used * size);
+  if (heap) xfree(p);
+  return q;
+}
+
 char *xstrndup(const char *s, size_t n) {
   char *p = (char *)xmalloc(n + 1);
   memcpy(p, s, n);

@@ -43,15 +43,9 @@ Val *env_get(Env *e, const char *sym) {
 
 static void env_grow(Env *e) {
   int ncap = e->cap * 2;
-  if (e->keys == e->inline_keys) {
-    e->keys = (const char **)xmalloc(sizeof(char *) * (size_t)ncap);
-    e->vals = (Val **)xmalloc(sizeof(Val *) * (size_t)ncap);
-    memcpy(e->keys, e->inline_keys, sizeof(char *) * (size_t)e->len);
-    memcpy(e->vals, e->inline_vals, sizeof(Val *) * (size_t)e->len);
-  } else {
-    e->keys = (const char **)xrealloc(e->keys, sizeof(char *) * (size_t)ncap);
-    e->vals = (Val **)xrealloc(e->vals, sizeof(Val *) * (size_t)ncap);
-  }
+  bool heap = e->keys != e->inline_keys;
+  e->keys = (const char **)xgrow(e->keys, (size_t)e->len, (size_t)ncap, sizeof(char *), heap);
+  e->vals = (Val **)xgrow(e->vals, (size_t)e->len, (size_t)ncap, sizeof(Val *), heap);
   e->cap = ncap;
 }
 

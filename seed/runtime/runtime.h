@@ -19,6 +19,10 @@ char *xstrndup(const char *s, size_t n);
 void *xarena(size_t n);
 // Bytes for a text that lives until exit (n counts the terminating NUL).
 char *text_bytes(size_t n);
+// Moves the first `used` items (each `size` bytes) of an array to a new
+// block with room for `cap`, freeing the old block unless it was storage
+// inside a record (heap false). Long arrays thereby reach big blocks.
+void *xgrow(void *p, size_t used, size_t cap, size_t size, bool heap);
 
 // Canonical copy of a name: equal names give the same pointer, so scopes can
 // compare names by identity. The result lives until exit.
@@ -117,13 +121,14 @@ Val *val_lst();
 Val *val_lst_cap(int cap);
 Val *val_obj();
 void lst_push(Val *lst, Val *item);
-// Element i for a reader that keeps or passes it on: a number there is
-// given away (no longer owned by its slot, see NUM_OWNED).
-inline Val *lst_at(Val *lst, int i) {
-  Val *v = lst->lst->items[i];
+// A value read to be kept or passed on: a number record is given away (no
+// longer owned by the slot it came from, see NUM_OWNED).
+inline Val *given_away(Val *v) {
   if (v->type == V_NUM) v->len = 0;
   return v;
 }
+// Element i for a reader that keeps or passes it on.
+inline Val *lst_at(Val *lst, int i) { return given_away(lst->lst->items[i]); }
 Val *obj_get(Val *obj, const char *key);
 void obj_set(Val *obj, const char *key, Val *val);
 // The same for a key already interned (names from the tree).

@@ -125,11 +125,7 @@ void lst_push(Val *lst, Val *item) {
   if (l->len == l->cap) {
     if (l->cap > INT32_MAX / 2) fatal("orvex-min: list too long");
     int ncap = l->cap ? l->cap * 2 : 4;
-    // a fresh array rather than realloc, so that long ones get big blocks
-    Val **items = (Val **)xmalloc(sizeof(Val *) * (size_t)ncap);
-    memcpy(items, l->items, sizeof(Val *) * (size_t)l->len);
-    if (!lst_items_inline(l)) xfree(l->items);
-    l->items = items;
+    l->items = (Val **)xgrow(l->items, (size_t)l->len, (size_t)ncap, sizeof(Val *), !lst_items_inline(l));
     l->cap = ncap;
   }
   l->items[l->len++] = item;
@@ -150,9 +146,7 @@ Val **obj_slot_sym(Val *obj, const char *sym) {
 Val *obj_get_sym(Val *obj, const char *sym) {
   int i = obj_find(obj->obj, sym);
   if (i < 0) return g_nil;
-  Val *v = obj->obj->vals[i];
-  if (v->type == V_NUM) v->len = 0;  // given away
-  return v;
+  return given_away(obj->obj->vals[i]);
 }
 
 Val *obj_get(Val *obj, const char *key) {
@@ -170,17 +164,9 @@ void obj_set_sym(Val *obj, const char *sym, Val *val) {
   if (o->len == o->cap) {
     if (o->cap > INT32_MAX / 4) fatal("orvex-min: object too large");
     int ncap = o->cap * 2;
-    if (o->keys == (const char **)(o + 1)) {
-      const char **keys = (const char **)xmalloc(sizeof(char *) * (size_t)ncap);
-      Val **vals = (Val **)xmalloc(sizeof(Val *) * (size_t)ncap);
-      memcpy(keys, o->keys, sizeof(char *) * (size_t)o->len);
-      memcpy(vals, o->vals, sizeof(Val *) * (size_t)o->len);
-      o->keys = keys;
-      o->vals = vals;
-    } else {
-      o->keys = (const char **)xrealloc(o->keys, sizeof(char *) * (size_t)ncap);
-      o->vals = (Val **)xrealloc(o->vals, sizeof(Val *) * (size_t)ncap);
-    }
+    bool heap = o->keys != (const char **)(o + 1);
+    o->keys = (const char **)xgrow(o->keys, (size_t)o->len, (size_t)ncap, sizeof(char *), heap);
+    o->vals = (Val **)xgrow(o->vals, (size_t)o->len, (size_t)ncap, sizeof(Val *), heap);
     o->cap = ncap;
   }
   o->keys[o->len] = sym;
