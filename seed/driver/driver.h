@@ -20,7 +20,10 @@ void resolve_use_path(const char *current_dir, const char *mod_path, char *out, 
 // Runs lib_root/backend/compile_pipeline.orv in the global scope.
 void do_prcom(const char *lib_root);
 void boot_env(Env *env);
-// Entry point of the interpreter proper (main runs it on a large stack).
+// Entry point of orvex-min (main runs it on a large stack).
 int orvex_main(int argc, char **argv);
+// Runs entry on a thread with a large native stack, then exits with its
+// status (standard output flushed).
+[[noreturn]] int run_on_big_stack(int (*entry)(int, char **), int argc, char **argv);
 // Copies at most PATH_MAX_LEN bytes of src into a path buffer.
 void path_copy(char *dst, const char *src);
