@@ -48,13 +48,17 @@ void orvex_exit(int status) {
   _exit(status);
 }
 
+void (*g_fatal_hook)(const char *msg);
+
 void fatal(const char *fmt, ...) {
   if (g_sandbox) throw SandboxStop{};
-  out_flush();
   va_list ap;
   va_start(ap, fmt);
-  vfprintf(stderr, fmt, ap);
+  char *msg = nullptr;
+  if (vasprintf(&msg, fmt, ap) < 0) msg = nullptr;
   va_end(ap);
-  fputc('\n', stderr);
+  if (g_fatal_hook && msg) g_fatal_hook(msg);
+  out_flush();
+  fprintf(stderr, "%s\n", msg ? msg : fmt);
   orvex_exit(1);
 }

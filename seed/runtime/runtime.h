@@ -179,6 +179,9 @@ void out_flush();
 [[noreturn]] void orvex_exit(int status);
 // Writes one formatted line to standard error and exits 1 (never caught).
 [[noreturn]] void fatal(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
+// When set, fatal hands it the message line first; a driver that goes on
+// after a fatal condition (a REPL) or locates it throws from here.
+extern void (*g_fatal_hook)(const char *msg);
 
 // ---- scopes -----------------------------------------------------------------
 // Keys are interned names: compared by identity. Small scopes keep their
