@@ -13,9 +13,9 @@ configure: deps
 # What the build needs beyond a bare compiler, installed when missing.
 deps:
 	@command -v cmake >/dev/null && command -v python3 >/dev/null && \
-	  test -f /usr/include/gtest/gtest.h && test -f /usr/include/CLI/CLI.hpp || \
+	  test -f /usr/include/gtest/gtest.h && test -f /usr/include/CLI/CLI.hpp && test -f /usr/include/gc/gc.h || \
 	  { echo "installing build dependencies"; apt-get update -qq && \
-	    apt-get install -y -qq cmake g++ make python3 libgtest-dev libcli11-dev >/dev/null; }
+	    apt-get install -y -qq cmake g++ make python3 libgtest-dev libcli11-dev libgc-dev >/dev/null; }
 
 run: all
 	./$(BUILD)/orvex-min run examples/demo.orv

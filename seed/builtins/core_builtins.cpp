@@ -2,7 +2,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "../driver/driver.h"
 #include "../eval/eval.h"
@@ -17,7 +16,7 @@ static Val *b_prn(Val **args, int nargs) {
   }
   sb_addc(&b, '\n');
   out_write(b.p, b.len);
-  xfree(b.p);
+  sb_free(&b);
   return g_nil;
 }
 
@@ -32,6 +31,7 @@ static Val *b_len(Val **args, int) {
 }
 
 static Val *b_str(Val **args, int) {
+  if (args[0]->type == V_STR) return args[0];  // texts are told apart only by their bytes
   StrBuf b;
   sb_init(&b);
   render_into(&b, args[0]);
@@ -41,14 +41,14 @@ static Val *b_str(Val **args, int) {
 
 static Val *b_int(Val **args, int) {
   Val *v = args[0];
-  if (v->type == V_STR) return val_num((double)strtoll(v->s, nullptr, 10));
+  if (v->type == V_STR) return val_num((double)strtoll(text_cstr(v), nullptr, 10));
   if (v->type == V_NUM) return val_num((double)num_to_i64(v->n));
   return val_num(0);
 }
 
 static Val *b_flt(Val **args, int) {
   Val *v = args[0];
-  if (v->type == V_STR) return val_num(strtod(v->s, nullptr));
+  if (v->type == V_STR) return val_num(strtod(text_cstr(v), nullptr));
   if (v->type == V_NUM) return val_num(v->n);
   return val_num(0);
 }
@@ -61,13 +61,13 @@ static Val *b_typ(Val **args, int) {
 
 static Val *b_ofld(Val **args, int) {
   if (args[0]->type != V_OBJ || args[1]->type != V_STR) return g_nil;
-  Val *v = obj_get(args[0], args[1]->s);
+  Val *v = obj_get(args[0], text_cstr(args[1]));
   if (v == g_nil) orvex_throw("ofld: key not found");
   return v;
 }
 
 static Val *b_oset(Val **args, int) {
-  if (args[0]->type == V_OBJ && args[1]->type == V_STR) obj_set(args[0], args[1]->s, args[2]);
+  if (args[0]->type == V_OBJ && args[1]->type == V_STR) obj_set(args[0], text_cstr(args[1]), args[2]);
   return args[0];
 }
 
@@ -84,10 +84,7 @@ static Val *b_push(Val **args, int) {
 }
 
 [[noreturn]] static void throw_rendering(Val *v) {
-  char *rendered = val_to_str(v);
-  std::string msg(rendered);  // released by the unwinding
-  xfree(rendered);
-  orvex_throw(msg.c_str());
+  orvex_throw(val_to_str(v));
 }
 
 static Val *b_err(Val **args, int) { throw_rendering(args[0]); }
@@ -123,7 +120,7 @@ Val *builtin_try(Val **args, int nargs) {
 
 static Val *b_prcom(Val **args, int) {
   if (args[0]->type != V_STR) orvex_throw("prcom: expected string lib_root");
-  do_prcom(args[0]->s);
+  do_prcom(text_cstr(args[0]));
   return g_nil;
 }
 

@@ -29,27 +29,29 @@ static int write_file(const char *path, const char *data, size_t len) {
 
 static Val *b_read_file(Val **args, int) {
   if (!is_str(args[0])) return val_str_n("", 0);
-  char *data = read_file(args[0]->s);
+  char *data = read_file(text_cstr(args[0]));
   if (!data) orvex_throw("__sys_read_file: cannot open file");
-  return val_str_own(data, (int)strlen(data));  // ends at the first zero byte
+  Val *v = val_str(data);  // ends at the first zero byte
+  xfree(data);
+  return v;
 }
 
 static Val *b_file_exists(Val **args, int nargs) {
   struct stat st;
   if (nargs < 1 || !is_str(args[0])) return g_false;
-  return val_bool(stat(args[0]->s, &st) == 0);
+  return val_bool(stat(text_cstr(args[0]), &st) == 0);
 }
 
 static Val *b_write_file(Val **args, int) {
   if (!is_str(args[0]) || !is_str(args[1])) return g_nil;
-  if (!write_file(args[0]->s, args[1]->s, (size_t)args[1]->len)) orvex_throw("__sys_write_file: failed");
+  if (!write_file(text_cstr(args[0]), args[1]->s, (size_t)args[1]->len)) orvex_throw("__sys_write_file: failed");
   return g_nil;
 }
 
 // A short write goes unnoticed: only a failed open is an error.
 static Val *b_append_file(Val **args, int) {
   if (!is_str(args[0]) || !is_str(args[1])) return g_nil;
-  FILE *f = fopen(args[0]->s, "ab");
+  FILE *f = fopen(text_cstr(args[0]), "ab");
   if (!f) orvex_throw("__sys_append_file: failed");
   fwrite(args[1]->s, 1, (size_t)args[1]->len, f);
   fclose(f);
@@ -60,7 +62,7 @@ static Val *b_append_file(Val **args, int) {
 static Val *b_read_dir(Val **args, int) {
   Val *r = val_lst();
   if (!is_str(args[0])) return r;
-  DIR *d = opendir(args[0]->s);
+  DIR *d = opendir(text_cstr(args[0]));
   if (!d) return r;
   while (struct dirent *e = readdir(d)) lst_push(r, val_str(e->d_name));
   closedir(d);
@@ -69,7 +71,7 @@ static Val *b_read_dir(Val **args, int) {
 
 static Val *b_stat(Val **args, int) {
   struct stat st;
-  if (!is_str(args[0]) || stat(args[0]->s, &st) != 0) return g_nil;
+  if (!is_str(args[0]) || stat(text_cstr(args[0]), &st) != 0) return g_nil;
   Val *o = val_obj();
   obj_set(o, "size", val_num((double)st.st_size));
   obj_set(o, "mtime", val_num((double)st.st_mtime));
@@ -80,22 +82,22 @@ static Val *b_stat(Val **args, int) {
 static Val *b_is_dir(Val **args, int) {
   struct stat st;
   if (!is_str(args[0])) return g_false;
-  return val_bool(stat(args[0]->s, &st) == 0 && S_ISDIR(st.st_mode));
+  return val_bool(stat(text_cstr(args[0]), &st) == 0 && S_ISDIR(st.st_mode));
 }
 
 static Val *b_mkdir(Val **args, int) {
-  if (is_str(args[0])) mkdir(args[0]->s, 0755);  // failures are ignored
+  if (is_str(args[0])) mkdir(text_cstr(args[0]), 0755);  // failures are ignored
   return g_nil;
 }
 
 static Val *b_remove(Val **args, int) {
-  if (is_str(args[0])) remove(args[0]->s);  // failures are ignored
+  if (is_str(args[0])) remove(text_cstr(args[0]));  // failures are ignored
   return g_nil;
 }
 
 static Val *b_realpath(Val **args, int) {
   char buf[4096];
-  if (!is_str(args[0]) || !realpath(args[0]->s, buf)) return g_nil;
+  if (!is_str(args[0]) || !realpath(text_cstr(args[0]), buf)) return g_nil;
   return val_str(buf);
 }
 
@@ -104,7 +106,7 @@ static Val *b_write_stdout(Val **args, int) {
   sb_init(&b);
   render_into(&b, args[0]);
   out_write(b.p, b.len);
-  xfree(b.p);
+  sb_free(&b);
   return g_nil;
 }
 
@@ -123,7 +125,7 @@ static Val *b_args(Val **, int) { return g_argv_val ? g_argv_val : val_lst(); }
 
 static Val *b_getenv(Val **args, int) {
   if (!is_str(args[0])) return g_nil;
-  const char *v = getenv(args[0]->s);
+  const char *v = getenv(text_cstr(args[0]));
   return v ? val_str(v) : g_nil;
 }
 

@@ -19,7 +19,7 @@ static Val *byte_or_empty(int32_t code) {
   return code >= 0 && code <= 255 ? one_byte((unsigned char)code) : empty_text();
 }
 
-static Val *first_byte(Val *v) { return val_num(is_str(v) ? (unsigned char)v->s[0] : 0); }
+static Val *first_byte(Val *v) { return val_num(is_str(v) && v->len ? (unsigned char)v->s[0] : 0); }
 
 // txt.sub(s, start [, end]): start only clamps to 0, it never counts from the end.
 static Val *b_sub(Val **args, int nargs) {
@@ -36,32 +36,32 @@ static Val *b_sub(Val **args, int nargs) {
 static Val *b_pfx(Val **args, int) {
   Val *s = args[0], *p = args[1];
   if (!is_str(s) || !is_str(p)) return g_false;
-  return val_bool(strncmp(s->s, p->s, (size_t)p->len) == 0);
+  return val_bool(p->len <= s->len && memcmp(s->s, p->s, (size_t)p->len) == 0);
 }
 
 static Val *b_sfx(Val **args, int) {
   Val *s = args[0], *x = args[1];
   if (!is_str(s) || !is_str(x) || x->len > s->len) return g_false;
-  return val_bool(strcmp(s->s + (s->len - x->len), x->s) == 0);
+  return val_bool(memcmp(s->s + (s->len - x->len), x->s, (size_t)x->len) == 0);
 }
 
 static Val *b_has(Val **args, int) {
   if (!is_str(args[0]) || !is_str(args[1])) return g_false;
-  return val_bool(strstr(args[0]->s, args[1]->s) != nullptr);
+  return val_bool(strstr(text_cstr(args[0]), text_cstr(args[1])) != nullptr);
 }
 
 static Val *b_idx(Val **args, int) {
   if (!is_str(args[0]) || !is_str(args[1])) return val_num(-1);
-  const char *hit = strstr(args[0]->s, args[1]->s);
-  return val_num(hit ? (double)(hit - args[0]->s) : -1);
+  const char *s = text_cstr(args[0]);
+  const char *hit = strstr(s, text_cstr(args[1]));
+  return val_num(hit ? (double)(hit - s) : -1);
 }
 
 static Val *map_bytes(Val *s, int (*f)(int)) {
   if (!is_str(s)) return empty_text();
-  size_t n = strlen(s->s);
-  char *r = (char *)xmalloc(n + 1);
+  size_t n = (size_t)s->len;
+  char *r = text_new(n);
   for (size_t i = 0; i < n; i++) r[i] = (char)f((unsigned char)s->s[i]);
-  r[n] = 0;
   return val_str_own(r, (int)n);
 }
 
@@ -84,7 +84,7 @@ static Val *b_jn(Val **args, int) {
   StrBuf b;
   sb_init(&b);
   for (int i = 0; i < xs->lst->len; i++) {
-    if (i && is_str(sep)) sb_add(&b, sep->s, strlen(sep->s));
+    if (i && is_str(sep)) sb_add(&b, sep->s, (size_t)sep->len);
     render_into(&b, xs->lst->items[i]);
   }
   size_t n = b.len;
@@ -97,24 +97,23 @@ static Val *b_spl(Val **args, int) {
   Val *s = args[0], *sep = args[1];
   Val *r = val_lst();
   if (!is_str(s) || !is_str(sep)) return r;
-  if (sep->s[0] == 0) {
+  if (sep->len == 0) {
     for (int i = 0; i < s->len; i++) lst_push(r, one_byte((unsigned char)s->s[i]));
     return r;
   }
-  size_t seplen = strlen(sep->s);
-  const char *p = s->s;
-  for (const char *hit; (hit = strstr(p, sep->s)) != nullptr; p = hit + seplen)
+  size_t seplen = (size_t)sep->len;
+  const char *p = text_cstr(s), *end = p + s->len, *needle = text_cstr(sep);
+  for (const char *hit; (hit = strstr(p, needle)) != nullptr; p = hit + seplen)
     lst_push(r, val_str_n(p, (int)(hit - p)));
-  lst_push(r, val_str(p));
+  lst_push(r, val_str_n(p, (int)(end - p)));
   return r;
 }
 
 static Val *b_trm(Val **args, int) {
   Val *s = args[0];
   if (!is_str(s)) return empty_text();
-  const char *a = s->s;
-  while (*a && isspace((unsigned char)*a)) a++;
-  const char *z = a + strlen(a);
+  const char *a = s->s, *z = s->s + s->len;
+  while (a < z && isspace((unsigned char)*a)) a++;
   while (z > a && isspace((unsigned char)z[-1])) z--;
   return val_str_n(a, (int)(z - a));
 }
@@ -124,16 +123,16 @@ static Val *b_trm(Val **args, int) {
 static Val *b_rep(Val **args, int) {
   Val *s = args[0], *old = args[1], *rep = args[2];
   if (!is_str(s) || !is_str(old) || !is_str(rep)) return s;
-  if (old->s[0] == 0) return s;
-  size_t oldlen = strlen(old->s), replen = strlen(rep->s);
+  if (old->len == 0) return s;
+  size_t oldlen = (size_t)old->len, replen = (size_t)rep->len;
   StrBuf b;
   sb_init(&b);
-  const char *p = s->s;
-  for (const char *hit; (hit = strstr(p, old->s)) != nullptr; p = hit + oldlen) {
+  const char *p = text_cstr(s), *end = p + s->len, *needle = text_cstr(old);
+  for (const char *hit; (hit = strstr(p, needle)) != nullptr; p = hit + oldlen) {
     sb_add(&b, p, (size_t)(hit - p));
     sb_add(&b, rep->s, replen);
   }
-  sb_add(&b, p, strlen(p));
+  sb_add(&b, p, (size_t)(end - p));
   size_t n = b.len;
   return val_str_own(sb_take(&b), (int)n);
 }

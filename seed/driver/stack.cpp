@@ -6,6 +6,12 @@
 
 #include "driver.h"
 
+#ifdef ORVEX_GC
+// The collector must know the interpreter's thread to scan its stack.
+#define GC_THREADS
+#include <gc/gc.h>
+#endif
+
 // Deep recursion in Orvex is deep recursion in C++: the interpreter gets a
 // large, lazily committed stack, and stops with a message shortly before
 // its end instead of faulting.
@@ -46,6 +52,7 @@ static void *interp_thread(void *p) {
   // main heap, grown in large steps, serves it best.
   mallopt(M_ARENA_MAX, 1);
   mallopt(M_TOP_PAD, 16 << 20);
+  gc_init();
   MainArgs a = {entry, argc, argv, 1};
   pthread_attr_t attr;
   pthread_attr_init(&attr);
@@ -54,6 +61,11 @@ static void *interp_thread(void *p) {
     pthread_t t;
     pthread_attr_setstacksize(&attr, size);
     if (pthread_create(&t, &attr, interp_thread, &a) == 0) {
+#ifdef ORVEX_GC
+      // This thread only waits and holds no values: collections need not
+      // stop it nor scan its stack.
+      GC_unregister_my_thread();
+#endif
       pthread_join(t, nullptr);
       orvex_exit(a.status);
     }

@@ -95,7 +95,7 @@ static inline Val *unwrap_ret(Val *r) { return r && r->type == V_LST && is_ret(r
 static Val *call_site(Node *n, Env *env, double *out) {
   int nargs = n->call.n;
   Val *inline_args[ARGS_INLINE];
-  Val **args = nargs <= ARGS_INLINE ? inline_args : (Val **)xmalloc(sizeof(Val *) * (size_t)nargs);
+  Val **args = nargs <= ARGS_INLINE ? inline_args : (Val **)gc_alloc(sizeof(Val *) * (size_t)nargs);
   fnptr builtin = site_builtin(n);
   uint32_t fresh = 0, lent = 0, lend = n->call.lend_args, fresh_args = n->call.fresh_args;
   int lent_prev[ARGS_INLINE];
@@ -148,7 +148,7 @@ static Val *call_site(Node *n, Env *env, double *out) {
     lent &= ~(1u << i);
     if (args[i]->len == NUM_LENT) args[i]->len = captured ? 0 : lent_prev[i];
   }
-  if (args != inline_args) xfree(args);
+  if (args != inline_args) gc_free(args);
   return result;
 }
 

@@ -214,7 +214,7 @@ static void render_operand(StrBuf *b, Val *v, double x) {
 static bool plain_piece(Val *v, double x, char *buf, const char **p, size_t *n) {
   if (v && v->type == V_STR) {
     *p = v->s;
-    *n = strlen(v->s);
+    *n = (size_t)v->len;
     return true;
   }
   if (v && v->type != V_NUM) return false;
@@ -228,7 +228,9 @@ static Val *concat_text(Val *a, double x, Val *b, double y) {
   const char *pa, *pb;
   size_t na, nb;
   if (plain_piece(a, x, bufa, &pa, &na) && plain_piece(b, y, bufb, &pb, &nb) && na + nb < INT32_MAX) {
-    char *s = text_bytes(na + nb + 1);
+    if (a && a->type == V_STR)
+      if (char *s = text_append(a, pb, nb)) return val_str_own(s, (int)(na + nb));
+    char *s = text_new(na + nb);
     memcpy(s, pa, na);
     memcpy(s + na, pb, nb);
     s[na + nb] = 0;
@@ -496,7 +498,7 @@ static TestFn choose_test(Node *n) {
 // idx null means the index is the number x (evaluated unboxed). A list
 // element read to be kept elsewhere is given away (see NUM_OWNED).
 static Val *index_value(Val *obj, Val *idx, double x, bool give_away) {
-  if (obj->type == V_OBJ) return idx && idx->type == V_STR ? obj_get(obj, idx->s) : g_nil;
+  if (obj->type == V_OBJ) return idx && idx->type == V_STR ? obj_get(obj, text_cstr(idx)) : g_nil;
   if (idx) {
     if (idx->type != V_NUM) return g_nil;
     x = idx->n;
@@ -545,7 +547,7 @@ static Val *eval_idx_assign(Node *n, Env *env) {
   Val *idx = operand(n->idx_assign.idx, env, &x);
   Val *v = value_of(n->idx_assign.val, env);
   if (target->type == V_OBJ) {
-    if (idx && idx->type == V_STR) obj_set(target, idx->s, v);
+    if (idx && idx->type == V_STR) obj_set(target, text_cstr(idx), v);
   } else if (target->type == V_LST) {
     if (Val **slot = element_slot(target, idx, x)) *slot = v;
   }
@@ -658,10 +660,10 @@ static int params_distinct(Node *n) {
 }
 
 static Val *eval_fn_literal(Node *n, Env *env) {
-  Val *v = (Val *)xarena(sizeof(Val));
+  Val *v = (Val *)gc_alloc(sizeof(Val));
   v->type = V_FN;
   v->len = params_distinct(n);
-  Fn *f = (Fn *)xarena(sizeof(Fn));
+  Fn *f = (Fn *)gc_alloc(sizeof(Fn));
   f->params = n->fn.params;
   f->nparams = n->fn.nparams;
   f->body = n->fn.body;
@@ -835,7 +837,7 @@ static Val *eval_idx_assign_effect(Node *n, Env *env) {
   Val *idx = operand(n->idx_assign.idx, env, &i);
   Val *v = stored_operand<ELEM>(rhs, env, &x);
   if (target->type == V_OBJ) {
-    if (idx && idx->type == V_STR) obj_set(target, idx->s, v ? v : val_num(x));
+    if (idx && idx->type == V_STR) obj_set(target, text_cstr(idx), v ? v : val_num(x));
   } else if (target->type == V_LST) {
     if (Val **slot = element_slot(target, idx, i)) {
       if (v) *slot = v;

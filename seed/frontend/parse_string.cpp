@@ -1,4 +1,5 @@
 // String literals: plain "..." and interpolated $"...{expr}...".
+#include <cstring>
 #include <string>
 
 #include "../runtime/runtime.h"
@@ -14,7 +15,7 @@ static void piece_add(std::string &buf, char c) {
 
 static Node *str_node(const std::string &buf) {
   Node *n = node_new(N_STR);
-  n->str = xstrdup(buf.c_str());  // the stored text ends at its first NUL
+  n->str = text_permanent(buf.c_str(), strlen(buf.c_str()));  // the stored text ends at its first NUL
   return n;
 }
 

@@ -1,11 +1,18 @@
-// Allocation helpers, the record arena and the table of interned names.
+// Allocation: the collected heap for values, scratch memory, the arena for
+// trees and names, and the table of interned names.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <sys/mman.h>
 
 #include "runtime.h"
+
+#ifdef ORVEX_GC
+#define GC_THREADS
+#include <gc/gc.h>
+#include <gc/gc_inline.h>
+#include <gc/gc_mark.h>
+#endif
 
 bool g_sandbox;
 
@@ -16,109 +23,23 @@ bool g_sandbox;
   exit(1);
 }
 
+void env_pool_reset();
+void num_pool_reset();
+
 #ifndef ORVEX_FUZZ
-#if defined(__SANITIZE_ADDRESS__)
-#define ORVEX_MALLOC_ONLY 1  // keep every block visible to the address checker
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define ORVEX_MALLOC_ONLY 1
-#endif
-#endif
-
-// A mapping of size bytes (a multiple of 2 MB) starting on a 2 MB boundary
-// and marked for transparent huge pages, or null.
-static const size_t HUGE_PAGE = (size_t)2 << 20;
-static char *huge_map(size_t size) {
-  char *m = (char *)mmap(nullptr, size + HUGE_PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE,
-                         -1, 0);
-  if (m == MAP_FAILED) return nullptr;
-  char *base = (char *)(((uintptr_t)m + HUGE_PAGE - 1) & ~(HUGE_PAGE - 1));
-  if (base > m) munmap(m, (size_t)(base - m));
-  munmap(base + size, (size_t)(m + HUGE_PAGE - base));
-  madvise(base, size, MADV_HUGEPAGE);
-  return base;
-}
-
-#ifndef ORVEX_MALLOC_ONLY
-// Blocks of half a megabyte or more (the arrays of long lists, big tables)
-// get mappings of their own on transparent huge pages: filling one then
-// costs a page fault per 2 MB instead of one per 4 KB, which on virtual
-// machines is most of the time spent building long lists. A header at the
-// 2 MB-aligned start holds the mapping's size; the live ones are listed, so
-// a malloc block is never taken for one (there are few: each is big).
-static const size_t BIG_MIN = (size_t)512 << 10;
-struct BigHeader {
-  size_t size, pad;
-};
-static void **g_bigs;
-static size_t g_bigs_len, g_bigs_cap;
-
-static size_t big_index(void *p) {
-  if (((uintptr_t)p & (HUGE_PAGE - 1)) != sizeof(BigHeader)) return SIZE_MAX;
-  for (size_t i = 0; i < g_bigs_len; i++)
-    if (g_bigs[i] == p) return i;
-  return SIZE_MAX;
-}
-
-static bool is_big(void *p) { return big_index(p) != SIZE_MAX; }
-
-static void *big_alloc(size_t n) {
-  if (g_bigs_len == g_bigs_cap) {
-    size_t cap = g_bigs_cap ? g_bigs_cap * 2 : 64;
-    void **bigs = (void **)realloc(g_bigs, cap * sizeof(void *));
-    if (!bigs) return nullptr;
-    g_bigs = bigs;
-    g_bigs_cap = cap;
-  }
-  size_t size = (n + sizeof(BigHeader) + HUGE_PAGE - 1) & ~(HUGE_PAGE - 1);
-  char *base = huge_map(size);
-  if (!base) return nullptr;
-  BigHeader *h = (BigHeader *)base;
-  h->size = size;
-  g_bigs[g_bigs_len++] = h + 1;
-  return h + 1;
-}
-
-static void big_free(void *p) {
-  size_t i = big_index(p);
-  g_bigs[i] = g_bigs[--g_bigs_len];
-  BigHeader *h = (BigHeader *)p - 1;
-  munmap(h, h->size);
-}
-#endif
-
 void *xmalloc(size_t n) {
-#ifndef ORVEX_MALLOC_ONLY
-  if (n >= BIG_MIN)
-    if (void *p = big_alloc(n)) return p;
-#endif
   void *p = malloc(n ? n : 1);
   if (!p) out_of_memory();
   return p;
 }
 
 void *xrealloc(void *p, size_t n) {
-#ifndef ORVEX_MALLOC_ONLY
-  if (p && is_big(p)) {
-    size_t room = ((BigHeader *)p)[-1].size - sizeof(BigHeader);
-    if (n <= room) return p;
-    void *q = xmalloc(n);
-    memcpy(q, p, room);
-    big_free(p);
-    return q;
-  }
-#endif
   void *q = realloc(p, n ? n : 1);
   if (!q) out_of_memory();
   return q;
 }
 
-void xfree(void *p) {
-#ifndef ORVEX_MALLOC_ONLY
-  if (p && is_big(p)) return big_free(p);
-#endif
-  free(p);
-}
+void xfree(void *p) { free(p); }
 
 void runtime_reset() {}
 #else
@@ -175,9 +96,7 @@ void xfree(void *p) {
 
 static void arena_reset();
 static void intern_reset();
-void env_pool_reset();
 void render_reset();
-void num_pool_reset();
 
 void runtime_reset() {
   while (g_blocks.next != &g_blocks) free(block_unlink(g_blocks.next + 1));
@@ -189,10 +108,103 @@ void runtime_reset() {
 }
 #endif
 
-void *xgrow(void *p, size_t used, size_t cap, size_t size, bool heap) {
-  void *q = xmalloc(cap * size);
+#ifdef ORVEX_GC
+// Small blocks come from lists that the collector fills many at a time, one
+// list per size (in 16-byte granules) and per kind (atomic or scanned).
+static const size_t GRANULE = 16, LIST_GRANULES = 16;
+static void *g_lists[2][LIST_GRANULES + 1];
+
+// The lists of atomic blocks, and the pools of recycled numbers and call
+// scopes, are linked through blocks the collector does not trace (or that
+// hold stale values): each collection starts by forgetting them all, so
+// they neither keep dead values alive nor hand out blocks the collector
+// has taken back.
+static void drop_pools() {
+  memset(g_lists, 0, sizeof g_lists);
+  num_pool_reset();
+  env_pool_reset();
+}
+
+static const size_t INITIAL_HEAP = (size_t)4 << 20;
+
+void gc_init() {
+  // Values are reached through pointers to their starts; the one interior
+  // pointer the heap keeps is a text's, just past its head. The native
+  // stack may hold any interior pointer: the collector honours those.
+  GC_set_all_interior_pointers(0);
+  GC_set_warn_proc(GC_ignore_warn_proc);
+  GC_set_markers_count(1);  // heaps here are small: helper threads cost more than they mark
+  GC_INIT();
+  GC_register_displacement(sizeof(TextHead));
+  GC_set_start_callback(drop_pools);
+  // A first heap of a few megabytes spares short programs the many small
+  // collections of a heap grown from nothing.
+  GC_expand_hp(INITIAL_HEAP);
+}
+
+// Arrays this large get blocks the collector places without regard to
+// stray pointers into their later pages.
+static const size_t LARGE_BLOCK = (size_t)64 << 10;
+
+#ifdef ORVEX_GC_STRESS
+// Checking builds collect every ORVEX_GC_STRESS-th allocation, so that a
+// value held where the collector cannot see it is soon reclaimed and reused.
+static void stress() {
+  static unsigned count;
+  if (++count % ORVEX_GC_STRESS == 0) GC_gcollect();
+}
+#else
+static inline void stress() {}
+#endif
+
+template <int KIND>
+static inline void *gc_block(size_t n) {
+  stress();
+  size_t g = (n + GRANULE - 1) / GRANULE;
+  if (__builtin_expect(g - 1 < LIST_GRANULES, 1)) {
+    void **list = &g_lists[KIND][g];
+    void *p = *list;
+    if (__builtin_expect(!p, 0)) {
+      GC_generic_malloc_many(g * GRANULE, KIND, list);
+      if (!(p = *list)) out_of_memory();
+    }
+    *list = GC_NEXT(p);
+    GC_NEXT(p) = nullptr;
+    return p;
+  }
+  void *p;
+  if (KIND == GC_I_NORMAL) p = n < LARGE_BLOCK ? GC_MALLOC(n) : GC_MALLOC_IGNORE_OFF_PAGE(n);
+  else p = n < LARGE_BLOCK ? GC_MALLOC_ATOMIC(n) : GC_malloc_atomic_ignore_off_page(n);
+  if (!p) out_of_memory();
+  return p;
+}
+
+void *gc_alloc(size_t n) { return gc_block<GC_I_NORMAL>(n); }
+void *gc_atomic(size_t n) { return gc_block<GC_I_PTRFREE>(n); }
+
+// Left to the collector: an explicit free of a block the collector saw
+// unreachable but has not swept yet would put it on two free lists.
+void gc_free(void *) {}
+#else
+// Without the collector every block stays until exit, each one a malloc
+// block of its own, so the address checker sees every overflow.
+void gc_init() {}
+
+void *gc_alloc(size_t n) {
+  void *p = xmalloc(n);
+  memset(p, 0, n);
+  return p;
+}
+
+void *gc_atomic(size_t n) { return xmalloc(n); }
+
+void gc_free(void *p) { xfree(p); }
+#endif
+
+void *xgrow(void *p, size_t used, size_t cap, size_t size, bool heap, bool atomic) {
+  void *q = atomic ? gc_atomic(cap * size) : gc_alloc(cap * size);
   memcpy(q, p, used * size);
-  if (heap) xfree(p);
+  if (heap) gc_free(p);
   return q;
 }
 
@@ -205,38 +217,36 @@ char *xstrndup(const char *s, size_t n) {
 
 char *xstrdup(const char *s) { return xstrndup(s, strlen(s)); }
 
-// Records are never freed, so a bump pointer serves them. Chunks come
-// straight from mmap, on transparent huge pages where the system allows:
-// a program that makes millions of numbers then pays for few page faults.
-static char *g_arena_ptr, *g_arena_end;
-static const size_t ARENA_CHUNK = (size_t)32 << 20;
-
-static char *arena_chunk(size_t n) {
-#ifndef ORVEX_FUZZ
-  if (n <= ARENA_CHUNK) {
-    if (char *p = huge_map(ARENA_CHUNK)) {
-      g_arena_end = p + ARENA_CHUNK;
-      return p;
-    }
-  }
-#endif
-  size_t chunk = n > ((size_t)1 << 20) ? n : ((size_t)1 << 20);
-  char *p = (char *)xmalloc(chunk);
-  g_arena_end = p + chunk;
-  return p;
+static char *text_at(TextHead *h, size_t cap, size_t used) {
+  h->cap = (uint32_t)cap;
+  h->used = (uint32_t)used;
+  char *s = (char *)(h + 1);
+  s[used] = 0;
+  return s;
 }
+
+char *text_new(size_t len) { return text_at((TextHead *)gc_atomic(sizeof(TextHead) + len + 1), len, len); }
+
+// Trees and names are never released, so a bump pointer serves them.
+static char *g_arena_ptr, *g_arena_end;
+static const size_t ARENA_CHUNK = (size_t)1 << 20;
 
 void *xarena(size_t n) {
   n = (n + 15) & ~(size_t)15;
-  if (__builtin_expect((size_t)(g_arena_end - g_arena_ptr) < n, 0)) g_arena_ptr = arena_chunk(n);
+  if (__builtin_expect((size_t)(g_arena_end - g_arena_ptr) < n, 0)) {
+    size_t chunk = n > ARENA_CHUNK ? n : ARENA_CHUNK;
+    g_arena_ptr = (char *)xmalloc(chunk);
+    g_arena_end = g_arena_ptr + chunk;
+  }
   void *p = g_arena_ptr;
   g_arena_ptr += n;
   return p;
 }
 
-char *text_bytes(size_t n) {
-  // long texts would leave the rest of an arena chunk unused
-  return n <= 4096 ? (char *)xarena(n) : (char *)xmalloc(n);
+char *text_permanent(const char *s, size_t len) {
+  char *t = text_at((TextHead *)xarena(sizeof(TextHead) + len + 1), len, len);
+  memcpy(t, s, len);
+  return t;
 }
 
 #ifdef ORVEX_FUZZ

@@ -14,7 +14,7 @@ Env *env_new(Env *parent) {
   if (e) {
     g_env_pool = e->parent;
   } else {
-    e = (Env *)xarena(sizeof(Env));
+    e = (Env *)gc_alloc(sizeof(Env));
     memset(e, 0, sizeof *e);
     e->keys = e->inline_keys;
     e->vals = e->inline_vals;
@@ -44,8 +44,8 @@ Val *env_get(Env *e, const char *sym) {
 static void env_grow(Env *e) {
   int ncap = e->cap * 2;
   bool heap = e->keys != e->inline_keys;
-  e->keys = (const char **)xgrow(e->keys, (size_t)e->len, (size_t)ncap, sizeof(char *), heap);
-  e->vals = (Val **)xgrow(e->vals, (size_t)e->len, (size_t)ncap, sizeof(Val *), heap);
+  e->keys = (const char **)xgrow(e->keys, (size_t)e->len, (size_t)ncap, sizeof(char *), heap, true);
+  e->vals = (Val **)xgrow(e->vals, (size_t)e->len, (size_t)ncap, sizeof(Val *), heap, false);
   e->cap = ncap;
 }
 

@@ -18,9 +18,9 @@ long g_steps_left;
 
 void markers_init() {
   g_direct_ret = nullptr;
-  g_brk_rec.s = xstrdup("__brk__");
+  g_brk_rec.s = text_permanent("__brk__", 7);
   g_brk_rec.len = 7;
-  g_cnt_rec.s = xstrdup("__cnt__");
+  g_cnt_rec.s = text_permanent("__cnt__", 7);
   g_cnt_rec.len = 7;
 }
 
@@ -47,7 +47,7 @@ Val *make_ret(Val *v) {
 int is_ret_shape(Val *v) {
   if (!v || v->type != V_LST || v->lst->len != 2) return 0;
   Val *tag = v->lst->items[0];
-  return tag->type == V_STR && strcmp(tag->s, "__ret__") == 0;
+  return tag->type == V_STR && tag->len == 7 && memcmp(tag->s, "__ret__", 7) == 0;
 }
 
 Val *ret_val(Val *v) { return v->lst->items[1]; }

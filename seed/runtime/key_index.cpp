@@ -25,16 +25,16 @@ void keys_index_add(const char *const *keys, int len, int room, KeyIndex *ix) {
     index_put(keys, ix, len - 1);
     return;
   }
-  xfree(ix->slots);
+  gc_free(ix->slots);
   ix->cap = 64;
   while (ix->cap < room * 2 || ix->cap < len * 2) ix->cap *= 2;
-  ix->slots = (int *)xmalloc(sizeof(int) * (size_t)ix->cap);
+  ix->slots = (int *)gc_atomic(sizeof(int) * (size_t)ix->cap);
   memset(ix->slots, 0, sizeof(int) * (size_t)ix->cap);
   for (int i = 0; i < len; i++) index_put(keys, ix, i);
 }
 
 void keys_index_drop(KeyIndex *ix) {
-  xfree(ix->slots);
+  gc_free(ix->slots);
   ix->slots = nullptr;
   ix->cap = 0;
 }

@@ -11,11 +11,18 @@ void sb_init(StrBuf *b) {
   b->len = b->cap = 0;
 }
 
+// The bytes sit in a text block (see TextHead), so that sb_take hands them
+// over as a text without copying.
 static void sb_reserve(StrBuf *b, size_t extra) {
   if (b->len + extra + 1 <= b->cap) return;
   size_t ncap = b->cap ? b->cap : 64;
   while (ncap < b->len + extra + 1) ncap *= 2;
-  b->p = (char *)xrealloc(b->p, ncap);
+  char *p = text_new(ncap - 1);
+  if (b->p) {
+    memcpy(p, b->p, b->len);
+    gc_free(text_head(b->p));
+  }
+  b->p = p;
   b->cap = ncap;
 }
 
@@ -33,9 +40,15 @@ void sb_addc(StrBuf *b, char c) {
 char *sb_take(StrBuf *b) {
   sb_reserve(b, 0);
   b->p[b->len] = 0;
+  text_head(b->p)->used = (uint32_t)b->len;
   char *p = b->p;
   sb_init(b);
   return p;
+}
+
+void sb_free(StrBuf *b) {
+  if (b->p) gc_free(text_head(b->p));
+  sb_init(b);
 }
 
 int format_num(char *buf, double n) {
@@ -95,7 +108,7 @@ void render_into(StrBuf *b, Val *v) {
     case V_NIL: sb_add(b, "nil", 3); return;
     case V_BOOL: sb_add(b, v->b ? "tru" : "fls", 3); return;
     case V_NUM: render_num(b, v->n); return;
-    case V_STR: sb_add(b, v->s, strlen(v->s)); return;
+    case V_STR: sb_add(b, v->s, (size_t)v->len); return;
     case V_FN: sb_add(b, "<fn>", 4); return;
     case V_LST: {
       if (!render_open(v)) {

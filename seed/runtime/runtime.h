@@ -10,19 +10,45 @@ struct Val;
 // ---- allocation -------------------------------------------------------------
 // Every allocation of the interpreter goes through these; failure prints
 // "out of memory" and exits 1, so no caller checks for null.
+//
+// Values live in collected memory: whatever no program can reach any more
+// is reclaimed. The collector finds pointers conservatively on the native
+// stack, in static data and in the blocks of gc_alloc; it does not look
+// inside gc_atomic blocks (texts, numbers, index arrays) nor in memory from
+// xmalloc or xarena, so those never hold the only pointer to a value.
+// Builds without the collector (sanitizers, fuzzing) serve the same calls
+// from malloc.
+void gc_init();  // before the first allocation, on the main thread
+void *gc_alloc(size_t n);   // may hold pointers to values
+void *gc_atomic(size_t n);  // holds no pointers
+void gc_free(void *p);      // a block nothing points to any more
+// Moves the first `used` items (each `size` bytes) of an array to a new
+// collected block with room for `cap`, releasing the old block unless it
+// was storage inside a record (heap false).
+void *xgrow(void *p, size_t used, size_t cap, size_t size, bool heap, bool atomic);
+// Scratch memory that holds no values: source texts, paths, messages.
 void *xmalloc(size_t n);
 void *xrealloc(void *p, size_t n);
-void xfree(void *p);  // releases scratch buffers made by the helpers below
+void xfree(void *p);
 char *xstrdup(const char *s);
 char *xstrndup(const char *s, size_t n);
-// Fixed-size records (values, nodes, scopes) that live until exit: bump arena.
+// Memory that lives until exit and is never scanned: syntax trees and
+// interned names (which hold no values).
 void *xarena(size_t n);
-// Bytes for a text that lives until exit (n counts the terminating NUL).
-char *text_bytes(size_t n);
-// Moves the first `used` items (each `size` bytes) of an array to a new
-// block with room for `cap`, freeing the old block unless it was storage
-// inside a record (heap false). Long arrays thereby reach big blocks.
-void *xgrow(void *p, size_t used, size_t cap, size_t size, bool heap);
+
+// Text bytes follow a small head in the same block. Texts are read by
+// length, never up to a NUL: a text made by appending to another may share
+// its bytes, and the shorter one then has no NUL after its last byte.
+struct TextHead {
+  uint32_t cap;   // bytes the block has room for, before the final NUL
+  uint32_t used;  // bytes written by the longest text sharing the block
+};
+inline TextHead *text_head(const char *s) { return (TextHead *)(void *)(s - sizeof(TextHead)); }
+// Room for a text of len bytes (and a NUL) in collected memory; head says
+// `used` = len.
+char *text_new(size_t len);
+// The same in memory that lives until exit (the tree's string literals).
+char *text_permanent(const char *s, size_t len);
 
 // Canonical copy of a name: equal names give the same pointer, so scopes can
 // compare names by identity. The result lives until exit.
@@ -116,7 +142,14 @@ constexpr int NUM_LENT = 2;
 void num_recycle(Val *v);
 Val *val_str_n(const char *s, int len);
 Val *val_str(const char *s);
-Val *val_str_own(char *s, int len);  // takes an xmalloc'd buffer of len + 1 bytes
+Val *val_str_own(char *s, int len);  // s from text_new, text_permanent or sb_take
+// The bytes of a text as a C string: a text whose bytes go on (see
+// TextHead) first gets a terminated copy of its own. Texts never contain a
+// NUL byte (every way of making one stops at the first).
+const char *text_cstr(Val *v);
+// a + the n bytes at p, extending a's block in place when a ends where the
+// block's used part ends; null when a copy is the better way.
+char *text_append(Val *a, const char *p, size_t n);
 Val *val_lst();
 Val *val_lst_cap(int cap);
 Val *val_obj();
@@ -163,13 +196,15 @@ struct StrBuf {
 void sb_init(StrBuf *b);
 void sb_add(StrBuf *b, const char *s, size_t n);
 void sb_addc(StrBuf *b, char c);
-char *sb_take(StrBuf *b);  // NUL-terminated, caller frees
+// The bytes as a text (see text_new) with room to grow; b is then empty.
+char *sb_take(StrBuf *b);
+void sb_free(StrBuf *b);
 // A number as text into buf (NUM_TEXT_MAX bytes); returns its length.
 constexpr int NUM_TEXT_MAX = 64;
 int format_num(char *buf, double n);
 void render_num(StrBuf *b, double n);
 void render_into(StrBuf *b, Val *v);
-char *val_to_str(Val *v);  // fresh text, caller frees
+char *val_to_str(Val *v);  // a fresh text (see text_new)
 
 // ---- output -------------------------------------------------------------------
 // Standard output goes through one large buffer; out_flush before any exit.

@@ -11,7 +11,7 @@ Val g_true_rec = {V_BOOL, 0, {1}};
 Val g_false_rec = {V_BOOL, 0, {0}};
 
 static Val *val_new(VType t) {
-  Val *v = (Val *)xarena(sizeof(Val));
+  Val *v = (Val *)gc_alloc(sizeof(Val));
   v->type = t;
   v->len = 0;
   return v;
@@ -19,7 +19,8 @@ static Val *val_new(VType t) {
 
 Val *val_bool(int b) { return b ? g_true : g_false; }
 
-// Recycled number records, linked through their payload.
+// Recycled number records, linked through their payload. Number records
+// hold no pointers, so the collector never looks inside them.
 static Val *g_num_free;
 
 Val *val_num(double n) {
@@ -28,7 +29,7 @@ Val *val_num(double n) {
     g_num_free = (Val *)v->s;
     v->type = V_NUM;
   } else {
-    v = (Val *)xarena(sizeof(Val));
+    v = (Val *)gc_atomic(sizeof(Val));
     v->type = V_NUM;
   }
   v->len = 0;
@@ -54,28 +55,64 @@ Val *val_str_own(char *s, int len) {
 
 // Texts never change and are told apart only by their bytes, so every
 // empty or one-byte text is one of these shared records (scanning a text
-// byte by byte allocates nothing).
-static char g_byte_texts[256][2];
+// byte by byte allocates nothing). Their heads leave no room to append.
+struct ByteText {
+  TextHead head;
+  char bytes[8];
+};
+static ByteText g_byte_texts[256];
 static Val g_byte_vals[256], g_empty_val;
 
 Val *val_str_n(const char *s, int len) {
   if (len == 0) {
-    if (!g_empty_val.s) g_empty_val = {V_STR, 0, {.s = g_byte_texts[0]}};
+    if (!g_empty_val.s) g_empty_val = {V_STR, 0, {.s = g_byte_texts[0].bytes}};
     return &g_empty_val;
   }
   if (len == 1) {
     unsigned char c = (unsigned char)s[0];
     Val *v = &g_byte_vals[c];
     if (!v->s) {
-      g_byte_texts[c][0] = (char)c;
-      *v = {V_STR, 1, {.s = g_byte_texts[c]}};
+      g_byte_texts[c] = {{1, 1}, {(char)c}};
+      *v = {V_STR, 1, {.s = g_byte_texts[c].bytes}};
     }
     return v;
   }
-  char *copy = text_bytes((size_t)len + 1);
+  char *copy = text_new((size_t)len);
   memcpy(copy, s, (size_t)len);
-  copy[len] = 0;
   return val_str_own(copy, len);
+}
+
+const char *text_cstr(Val *v) {
+  if (v->s[v->len] == 0) return v->s;
+  char *copy = text_new((size_t)v->len);
+  memcpy(copy, v->s, (size_t)v->len);
+  v->s = copy;  // the same bytes: no reader can tell
+  return copy;
+}
+
+// Appends that grow a text past this many bytes leave room for as many
+// again, so a text built piece by piece is copied a logarithmic number of
+// times; shorter results are exact, as copying them costs little.
+static const size_t TEXT_ROOM_MIN = 64;
+
+char *text_append(Val *a, const char *p, size_t n) {
+  TextHead *h = text_head(a->s);
+  size_t len = (size_t)a->len;
+  if (h->used != len) return nullptr;  // other bytes follow a's already
+  if (h->cap - len >= n) {
+    memcpy(a->s + len, p, n);
+    a->s[len + n] = 0;
+    h->used = (uint32_t)(len + n);
+    return a->s;
+  }
+  size_t total = len + n;
+  if (total < TEXT_ROOM_MIN || total > (size_t)INT32_MAX / 2) return nullptr;
+  char *t = text_new(2 * total);
+  text_head(t)->used = (uint32_t)total;
+  memcpy(t, a->s, len);
+  memcpy(t + len, p, n);
+  t[total] = 0;
+  return t;
 }
 
 Val *val_str(const char *s) { return val_str_n(s, (int)strlen(s)); }
@@ -89,15 +126,15 @@ static inline bool lst_items_inline(Lst *l) { return l->items == (Val **)(l + 1)
 Val *val_lst_cap(int cap) {
   Val *v = val_new(V_LST);
   if (cap <= LST_INLINE) {
-    Lst *l = (Lst *)xarena(sizeof(Lst) + sizeof(Val *) * LST_INLINE);
+    Lst *l = (Lst *)gc_alloc(sizeof(Lst) + sizeof(Val *) * LST_INLINE);
     l->items = (Val **)(l + 1);
     l->len = 0;
     l->cap = LST_INLINE;
     v->lst = l;
     return v;
   }
-  Lst *l = (Lst *)xarena(sizeof(Lst));
-  l->items = (Val **)xmalloc(sizeof(Val *) * (size_t)cap);
+  Lst *l = (Lst *)gc_alloc(sizeof(Lst));
+  l->items = (Val **)gc_alloc(sizeof(Val *) * (size_t)cap);
   l->len = 0;
   l->cap = cap;
   v->lst = l;
@@ -111,7 +148,7 @@ static const int OBJ_INLINE = 4;
 
 Val *val_obj() {
   Val *v = val_new(V_OBJ);
-  Obj *o = (Obj *)xarena(sizeof(Obj) + (sizeof(char *) + sizeof(Val *)) * OBJ_INLINE);
+  Obj *o = (Obj *)gc_alloc(sizeof(Obj) + (sizeof(char *) + sizeof(Val *)) * OBJ_INLINE);
   memset(o, 0, sizeof *o);
   o->keys = (const char **)(o + 1);
   o->vals = (Val **)(o->keys + OBJ_INLINE);
@@ -125,7 +162,7 @@ void lst_push(Val *lst, Val *item) {
   if (l->len == l->cap) {
     if (l->cap > INT32_MAX / 2) fatal("orvex-min: list too long");
     int ncap = l->cap ? l->cap * 2 : 4;
-    l->items = (Val **)xgrow(l->items, (size_t)l->len, (size_t)ncap, sizeof(Val *), !lst_items_inline(l));
+    l->items = (Val **)xgrow(l->items, (size_t)l->len, (size_t)ncap, sizeof(Val *), !lst_items_inline(l), false);
     l->cap = ncap;
   }
   l->items[l->len++] = item;
@@ -165,8 +202,9 @@ void obj_set_sym(Val *obj, const char *sym, Val *val) {
     if (o->cap > INT32_MAX / 4) fatal("orvex-min: object too large");
     int ncap = o->cap * 2;
     bool heap = o->keys != (const char **)(o + 1);
-    o->keys = (const char **)xgrow(o->keys, (size_t)o->len, (size_t)ncap, sizeof(char *), heap);
-    o->vals = (Val **)xgrow(o->vals, (size_t)o->len, (size_t)ncap, sizeof(Val *), heap);
+    // keys are interned names, which live outside the collected heap
+    o->keys = (const char **)xgrow(o->keys, (size_t)o->len, (size_t)ncap, sizeof(char *), heap, true);
+    o->vals = (Val **)xgrow(o->vals, (size_t)o->len, (size_t)ncap, sizeof(Val *), heap, false);
     o->cap = ncap;
   }
   o->keys[o->len] = sym;
@@ -195,7 +233,7 @@ int val_equal(Val *a, Val *b) {
     case V_NIL: return 1;
     case V_BOOL: return a->b == b->b;
     case V_NUM: return a->n == b->n;
-    case V_STR: return a == b || strcmp(a->s, b->s) == 0;
+    case V_STR: return a == b || (a->len == b->len && memcmp(a->s, b->s, (size_t)a->len) == 0);
     default: return a == b;
   }
 }
