@@ -22,7 +22,9 @@ static const char *const SYNTAX = R"(Orvex on one screen (orvex(7) has the whole
   if n < 0: "neg" | if n == 0: "zero" | "pos"       # if is an expression
   if ok                           # block form: "|" at the start of a line
       prn("yes")                  # continues the chain ("| if c" or "|")
-  whl i < 3: i += 1               lop x xs: prn(x)  # loops; lop walks a list
+  lop x xs: prn(x)                # lop walks a list; a body on the header's
+  whl i < 3                       # own line is one expression, statements
+      i += 1                      # need the block form
   brk  cnt  ret v                 # leave a loop, next round, leave a function
   use strs                        # lib/stdlib/strs.orv of the home, or
   use "./util.orv"                # a file beside this one; binds its names
