@@ -12,6 +12,7 @@
 #include "../eval/eval.h"
 #include "commands.h"
 
+// Forgets the values a rendering had open (defined with the renderer).
 void render_reset();
 
 // A fatal condition inside one input: it ends that input, not the session.
@@ -107,6 +108,8 @@ static bool wants_more(const char *text) {
 
 static bool blank(const std::string &s) { return s.find_first_not_of(" \t\r") == std::string::npos; }
 
+static std::string g_history;  // the history file, "" for none
+
 // One line without its newline; false at the end of input. On a terminal
 // through libedit (editing, history), else plain reads without prompts.
 static bool read_line(bool tty, const char *prompt, std::string &line) {
@@ -115,6 +118,8 @@ static bool read_line(bool tty, const char *prompt, std::string &line) {
     if (!l) return false;
     line = l;
     if (!blank(line)) add_history(l);
+    // saved at once: __sys_exit ends the session without coming back here
+    if (!g_history.empty()) write_history(g_history.c_str());
     free(l);
     return true;
   }
@@ -126,18 +131,14 @@ static bool read_line(bool tty, const char *prompt, std::string &line) {
   return n >= 0;
 }
 
-static std::string history_file() {
-  const char *home = getenv("HOME");
-  return home ? std::string(home) + "/.orvex_history" : "";
-}
-
 int cmd_repl() {
   boot_globals();
   bool tty = isatty(0);
-  std::string hist = history_file();
+  const char *home = getenv("HOME");
+  if (tty && home) g_history = std::string(home) + "/.orvex_history";
   if (tty) {
     stifle_history(1000);
-    if (!hist.empty()) read_history(hist.c_str());
+    if (!g_history.empty()) read_history(g_history.c_str());
     static const char banner[] = "Orvex: orvex help lists the builtins and the syntax; Ctrl-D leaves.\n";
     out_write(banner, sizeof banner - 1);
   }
@@ -161,7 +162,6 @@ int cmd_repl() {
     }
     if (!got) break;
   }
-  if (tty && !hist.empty()) write_history(hist.c_str());
   if (tty) out_write("\n", 1);
   return 0;
 }

@@ -2,6 +2,7 @@
 // and each entry's call form takes the counts the dispatcher accepts.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstring>
 #include <string>
 
