@@ -11,6 +11,7 @@ Directives, each on a comment line of the entry file:
   # env: NAME=VALUE     set a variable (VALUE may use {dir}, the case folder); "# env: NAME" unsets it
   # stdin: TEXT         one line of standard input
   # timeout: SECONDS    default 60
+  # program: NAME       run NAME, built beside the given program (orvex), instead
 The program runs with the case's folder as working directory and its entry file named
 relatively, so paths in messages do not depend on where the checkout lives.
 """
@@ -22,7 +23,7 @@ import sys
 
 def parse(path):
     spec = {"out": [], "err": [], "status": 0, "args": [], "cmdline": None,
-            "env": {}, "unset": [], "stdin": [], "timeout": 60}
+            "env": {}, "unset": [], "stdin": [], "timeout": 60, "program": None}
     with open(path, "rb") as f:
         text = f.read().decode("utf-8", "surrogateescape")
     for line in text.split("\n"):
@@ -56,6 +57,8 @@ def parse(path):
             spec["stdin"].append(val)
         elif key == "timeout":
             spec["timeout"] = float(val)
+        elif key == "program":
+            spec["program"] = val
     return spec
 
 
@@ -78,6 +81,8 @@ def main():
     binary, case = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
     folder = os.path.dirname(case)
     spec = parse(case)
+    if spec["program"]:
+        binary = os.path.join(os.path.dirname(binary), spec["program"])
     env = dict(os.environ)
     env.pop("ORVEX_HOME", None)
     for name in spec["unset"]:

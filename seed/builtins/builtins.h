@@ -22,6 +22,24 @@ extern const BuiltinRow host_builtins[];
 extern const BuiltinRow unsupported_builtins[];
 // Any name beginning with one of these prefixes answers nil.
 extern const char *const unsupported_prefixes[];
+// The family tables in the dispatcher's order, null-terminated.
+extern const BuiltinRow *const builtin_tables[];
+
+// A builtin's entry for `orvex help`: one per dispatcher row, kept in step
+// by a unit test. sig is the call form ("txt.sub(s, start [, end, ...])"):
+// bracketed parameters are optional, "..." takes any number more.
+struct BuiltinDoc {
+  const char *family;    // core, txt, enc, trl, math, sys or unsupported
+  const char *sig;
+  const char *result;    // what the call gives (and does)
+  const char *fallback;  // the answer for arguments of the wrong kind; null: every kind is fine
+};
+extern const BuiltinDoc builtin_docs[];  // ends with a null sig
+extern const char *const builtin_families[];  // in the order help lists them, null-terminated
+// The entry whose signature names exactly this builtin, or null.
+const BuiltinDoc *builtin_doc(const char *name);
+// The name part of a signature ("txt.sub") into out (size sz).
+void doc_name(const BuiltinDoc *d, char *out, size_t sz);
 Val *builtin_nil(Val **args, int nargs);
 
 // A math builtin as a function on doubles (one of f1, f2 is set), for

@@ -10,11 +10,13 @@
 // same answer as walking the ordered chain.
 static std::unordered_map<std::string_view, const BuiltinRow *> *g_rows;
 
+const BuiltinRow *const builtin_tables[] = {core_builtins, list_math_builtins, text_builtins,
+                                            host_builtins, unsupported_builtins, nullptr};
+
 static void rows_init() {
   g_rows = new std::unordered_map<std::string_view, const BuiltinRow *>();
-  for (const BuiltinRow *table : {core_builtins, list_math_builtins, text_builtins, host_builtins,
-                                  unsupported_builtins})
-    for (const BuiltinRow *r = table; r->name; r++) g_rows->emplace(r->name, r);
+  for (const BuiltinRow *const *table = builtin_tables; *table; table++)
+    for (const BuiltinRow *r = *table; r->name; r++) g_rows->emplace(r->name, r);
 }
 
 // In the sandbox, host builtins that touch files, the environment, standard

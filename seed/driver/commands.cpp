@@ -16,9 +16,8 @@ static int usage() {
 
 static void lib_root(char *out) { snprintf(out, PATH_MAX_LEN + 1, "%s/lib", g_orvex_home); }
 
-int orvex_main(int argc, char **argv) {
+void boot_globals() {
   markers_init();
-  if (argc < 2) return usage();
   const char *home = getenv("ORVEX_HOME");
   if (home) path_copy(g_orvex_home, home);
   g_global_env = env_new(nullptr);
@@ -29,6 +28,12 @@ int orvex_main(int argc, char **argv) {
     lib_root(root);
     env_bind(g_global_env, intern("__orvex_lib"), val_str(root));
   }
+}
+
+int orvex_main(int argc, char **argv) {
+  if (argc < 2) return usage();
+  boot_globals();
+  char root[PATH_MAX_LEN + 1];
   const char *cmd = argv[1];
   if (strcmp(cmd, "compile") == 0) {
     if (!g_orvex_home[0]) {

@@ -20,6 +20,9 @@ void resolve_use_path(const char *current_dir, const char *mod_path, char *out, 
 // Runs lib_root/backend/compile_pipeline.orv in the global scope.
 void do_prcom(const char *lib_root);
 void boot_env(Env *env);
+// Start-up shared by the commands: loop markers, the home (ORVEX_HOME when
+// set, else whatever g_orvex_home holds), the global scope and its bindings.
+void boot_globals();
 // Entry point of orvex-min (main runs it on a large stack).
 int orvex_main(int argc, char **argv);
 // Runs entry on a thread with a large native stack, then exits with its

@@ -6,16 +6,31 @@
 #include "../driver/driver.h"
 #include "commands.h"
 
+// Usage errors name the program and point at the help of the command that
+// was being read.
+static std::string usage_error(const CLI::App *app, const CLI::Error &e) {
+  auto subs = app->get_subcommands();
+  std::string cmd = subs.empty() ? "orvex" : "orvex " + subs.back()->get_name();
+  std::string what = e.what();
+  if (subs.empty() && e.get_name() == "RequiredError")
+    what = app->remaining().empty()             ? "a command is required"
+           : app->remaining()[0].rfind("-", 0) == 0 ? "unknown option: " + app->remaining()[0]
+                                                    : "unknown command: " + app->remaining()[0];
+  return "orvex: " + what + "\nRun '" + cmd + " --help' for more information.\n";
+}
+
 static int orvex_entry(int argc, char **argv) {
   CLI::App app{"orvex: run, check and explore Orvex programs", "orvex"};
   app.set_version_flag("--version", orvex_version());
   app.require_subcommand(1);
+  app.failure_message(usage_error);
+  app.footer("orvex help lists the help topics; the manual pages are orvex(1) and orvex(7).");
 
   std::string file;
   std::vector<std::string> args;
-  auto *run = app.add_subcommand("run", "Run an Orvex program");
+  auto *run = app.add_subcommand("run", "Run a program: orvex run FILE [ARGS...]");
   run->add_option("file", file, "The program")->required();
-  run->add_option("args", args, "Its arguments");
+  run->add_option("args", args, "Its arguments, in __sys_args after the file");
   run->prefix_command();
 
   std::vector<std::string> files;
@@ -27,11 +42,11 @@ static int orvex_entry(int argc, char **argv) {
   auto *ast = app.add_subcommand("ast", "Print the tree as the reader understood it");
   ast->add_option("file", file, "The program")->required();
 
-  auto *repl = app.add_subcommand("repl", "Read, evaluate and print, line by line");
+  app.add_subcommand("repl", "Read, evaluate and print, line by line (Ctrl-D ends)");
 
   std::string topic;
-  auto *help = app.add_subcommand("help", "Commands, builtins and syntax");
-  help->add_option("topic", topic, "builtins, syntax, a family or a builtin");
+  auto *help = app.add_subcommand("help", "Commands, builtins and syntax: orvex help [TOPIC]");
+  help->add_option("topic", topic, "syntax, builtins, a family, a builtin or a command");
 
   try {
     app.parse(argc, argv);
@@ -43,11 +58,12 @@ static int orvex_entry(int argc, char **argv) {
     fputs(err.str().c_str(), stderr);
     return status == 0 ? 0 : 2;
   }
+  use_installed_home();
   if (*run) return cmd_run(file, args);
   if (*check) return cmd_check(files, follow);
   if (*ast) return cmd_ast(file);
-  if (*repl) return cmd_repl();
-  return cmd_help(topic);
+  if (*help) return cmd_help(topic, &app);
+  return cmd_repl();
 }
 
 int main(int argc, char **argv) { run_on_big_stack(orvex_entry, argc, argv); }
