@@ -11,10 +11,15 @@ Directives, each on a comment line of the entry file:
   # env: NAME=VALUE     set a variable (VALUE may use {dir}, the case folder); "# env: NAME" unsets it
   # stdin: TEXT         one line of standard input
   # timeout: SECONDS    default 60
-  # program: NAME       run NAME, built beside the given program (orvex), instead
+  # program: orvex      run the orvex program built beside orvex-min instead
+  # stdout: WHERE       "full" (/dev/full), "closed" (no descriptor 1), or "first-line" (a reader
+                        that keeps one line, then closes the pipe; standard output then holds that line)
+  # run: WORDS          a further run of the same file with WORDS as its arguments: it keeps the
+                        setup above its first "run" line, and the expectations after it are its own
 The program runs with the case's folder as working directory and its entry file named
 relatively, so paths in messages do not depend on where the checkout lives.
 """
+import copy
 import difflib
 import os
 import subprocess
@@ -23,7 +28,8 @@ import sys
 
 def parse(path):
     spec = {"out": [], "err": [], "status": 0, "args": [], "cmdline": None,
-            "env": {}, "unset": [], "stdin": [], "timeout": 60, "program": None}
+            "env": {}, "unset": [], "stdin": [], "timeout": 60, "program": None, "stdout": None}
+    runs = [spec]
     with open(path, "rb") as f:
         text = f.read().decode("utf-8", "surrogateescape")
     for line in text.split("\n"):
@@ -57,9 +63,13 @@ def parse(path):
             spec["stdin"].append(val)
         elif key == "timeout":
             spec["timeout"] = float(val)
-        elif key == "program":
-            spec["program"] = val
-    return spec
+        elif key in ("program", "stdout"):
+            spec[key] = val
+        elif key == "run":
+            spec = copy.deepcopy(runs[0])
+            spec.update(out=[], err=[], status=0, args=val.split())
+            runs.append(spec)
+    return runs
 
 
 # AddressSanitizer warns when a program ends from very deep recursion; the
@@ -77,29 +87,59 @@ def lines(data):
     return [l for l in out if not any(n in l for n in ASAN_NOISE)]
 
 
-def main():
-    binary, case = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
+def execute(argv, folder, env, stdin, spec):
+    """The finished process (its stdout as the reader saw it), or None on a time-out."""
+    where = spec["stdout"]
+    try:
+        if where == "first-line":
+            # The program inherits Python's ignored SIGPIPE: only its own handling
+            # of the failed write can end it.
+            r, w = os.pipe()
+            reader = subprocess.Popen(["head", "-n", "1"], stdin=r, stdout=subprocess.PIPE)
+            os.close(r)
+            try:
+                proc = subprocess.run(argv, cwd=folder, env=env, input=stdin, stdout=w,
+                                      stderr=subprocess.PIPE, timeout=spec["timeout"],
+                                      restore_signals=False)
+            finally:
+                os.close(w)
+            proc.stdout = reader.communicate()[0]
+            return proc
+        if where in ("full", "closed"):
+            with open("/dev/full", "wb") as full:
+                proc = subprocess.run(argv, cwd=folder, env=env, input=stdin, stdout=full,
+                                      stderr=subprocess.PIPE, timeout=spec["timeout"],
+                                      preexec_fn=(lambda: os.close(1)) if where == "closed" else None)
+            proc.stdout = b""
+            return proc
+        return subprocess.run(argv, cwd=folder, env=env, input=stdin, capture_output=True,
+                              timeout=spec["timeout"])
+    except subprocess.TimeoutExpired:
+        return None
+
+
+def check(binary, case, spec):
     folder = os.path.dirname(case)
-    spec = parse(case)
-    if spec["program"]:
-        binary = os.path.join(os.path.dirname(binary), spec["program"])
     env = dict(os.environ)
     env.pop("ORVEX_HOME", None)
     for name in spec["unset"]:
         env.pop(name, None)
     for name, value in spec["env"].items():
         env[name] = value.replace("{dir}", folder)
+    if spec["program"]:
+        binary = os.path.join(os.path.dirname(binary), spec["program"])
     if spec["cmdline"] is not None:
         argv = [binary] + spec["cmdline"]
     else:
         argv = [binary, "run", os.path.basename(case)] + spec["args"]
+    label = " ".join([os.path.basename(binary)] + argv[1:])
+    if spec["stdout"]:
+        label += f", stdout {spec['stdout']}"
     stdin = "".join(l + "\n" for l in spec["stdin"]).encode()
-    try:
-        proc = subprocess.run(argv, cwd=folder, env=env, input=stdin, capture_output=True,
-                              timeout=spec["timeout"])
-    except subprocess.TimeoutExpired:
-        print(f"FAIL {case}: timed out after {spec['timeout']} s")
-        return 1
+    proc = execute(argv, folder, env, stdin, spec)
+    if proc is None:
+        print(f"FAIL {case} ({label}): timed out after {spec['timeout']} s")
+        return False
     ok = True
     for what, want, got in (("stdout", spec["out"], lines(proc.stdout)),
                             ("stderr", spec["err"], lines(proc.stderr))):
@@ -112,10 +152,14 @@ def main():
         ok = False
         print(f"--- exit status: expected {spec['status']}, actual {proc.returncode}")
     if not ok:
-        print(f"FAIL {case}")
-        return 1
-    return 0
+        print(f"FAIL {case} ({label})")
+    return ok
 
+
+def main():
+    binary, case = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
+    results = [check(binary, case, spec) for spec in parse(case)]
+    return 0 if all(results) else 1
 
 if __name__ == "__main__":
     sys.exit(main())

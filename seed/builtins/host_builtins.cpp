@@ -18,13 +18,14 @@
 
 static bool is_str(Val *v) { return v->type == V_STR; }
 
-// 1 when all len bytes reached the file; the result of closing is not looked at.
-static int write_file(const char *path, const char *data, size_t len) {
-  FILE *f = fopen(path, "wb");
+// 1 when all len bytes reached the file. Writes are buffered, so a full disk
+// or a file that refuses data often shows only when closing.
+static int write_file(const char *path, const char *mode, const char *data, size_t len) {
+  FILE *f = fopen(path, mode);
   if (!f) return 0;
-  size_t k = fwrite(data, 1, len, f);
-  fclose(f);
-  return k == len;
+  bool written = fwrite(data, 1, len, f) == len;
+  bool closed = fclose(f) == 0;
+  return written && closed;
 }
 
 static Val *b_read_file(Val **args, int) {
@@ -44,17 +45,13 @@ static Val *b_file_exists(Val **args, int nargs) {
 
 static Val *b_write_file(Val **args, int) {
   if (!is_str(args[0]) || !is_str(args[1])) return g_nil;
-  if (!write_file(text_cstr(args[0]), args[1]->s, (size_t)args[1]->len)) orvex_throw("__sys_write_file: failed");
+  if (!write_file(text_cstr(args[0]), "wb", args[1]->s, (size_t)args[1]->len)) orvex_throw("__sys_write_file: failed");
   return g_nil;
 }
 
-// A short write goes unnoticed: only a failed open is an error.
 static Val *b_append_file(Val **args, int) {
   if (!is_str(args[0]) || !is_str(args[1])) return g_nil;
-  FILE *f = fopen(text_cstr(args[0]), "ab");
-  if (!f) orvex_throw("__sys_append_file: failed");
-  fwrite(args[1]->s, 1, (size_t)args[1]->len, f);
-  fclose(f);
+  if (!write_file(text_cstr(args[0]), "ab", args[1]->s, (size_t)args[1]->len)) orvex_throw("__sys_append_file: failed");
   return g_nil;
 }
 

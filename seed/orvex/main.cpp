@@ -66,4 +66,7 @@ static int orvex_entry(int argc, char **argv) {
   return cmd_repl();
 }
 
-int main(int argc, char **argv) { run_on_big_stack(orvex_entry, argc, argv); }
+int main(int argc, char **argv) {
+  g_prog_name = "orvex";
+  run_on_big_stack(orvex_entry, argc, argv);
+}

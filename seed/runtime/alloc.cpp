@@ -20,7 +20,7 @@ bool g_sandbox;
   if (g_sandbox) throw SandboxStop{};
   out_flush();
   fputs("out of memory\n", stderr);
-  exit(1);
+  orvex_exit(1);
 }
 
 void env_pool_reset();

@@ -210,8 +210,12 @@ char *val_to_str(Val *v);  // a fresh text (see text_new)
 // Standard output goes through one large buffer; out_flush before any exit.
 void out_write(const char *s, size_t n);
 void out_flush();
-// Flushes standard output, then ends the process.
+// Flushes standard output, then ends the process; when a write to standard
+// output failed (other than into a closed pipe, which ends the process at
+// once), it says so on standard error and the status becomes 1.
 [[noreturn]] void orvex_exit(int status);
+// Prefix of the write-error message: "orvex-min" unless a program's main sets its own.
+extern const char *g_prog_name;
 // Writes one formatted line to standard error and exits 1 (never caught).
 [[noreturn]] void fatal(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
 // When set, fatal hands it the message line first; a driver that goes on
