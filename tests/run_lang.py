@@ -14,12 +14,14 @@ Directives, each on a comment line of the entry file:
   # program: orvex      run the orvex program built beside orvex-min instead
   # stdout: WHERE       "full" (/dev/full), "closed" (no descriptor 1), or "first-line" (a reader
                         that keeps one line, then closes the pipe; standard output then holds that line)
+  # vlimit: KB          cap the program's address space (ulimit -v)
   # run: WORDS          a further run of the same file with WORDS as its arguments: it keeps the
                         setup above its first "run" line, and the expectations after it are its own
 The program runs with the case's folder as working directory and its entry file named
 relatively, so paths in messages do not depend on where the checkout lives.
 """
 import copy
+import resource
 import difflib
 import os
 import subprocess
@@ -28,7 +30,8 @@ import sys
 
 def parse(path):
     spec = {"out": [], "err": [], "status": 0, "args": [], "cmdline": None,
-            "env": {}, "unset": [], "stdin": [], "timeout": 60, "program": None, "stdout": None}
+            "env": {}, "unset": [], "stdin": [], "timeout": 60, "program": None, "stdout": None,
+            "vlimit": None}
     runs = [spec]
     with open(path, "rb") as f:
         text = f.read().decode("utf-8", "surrogateescape")
@@ -65,6 +68,8 @@ def parse(path):
             spec["timeout"] = float(val)
         elif key in ("program", "stdout"):
             spec[key] = val
+        elif key == "vlimit":
+            spec["vlimit"] = int(val) * 1024
         elif key == "run":
             spec = copy.deepcopy(runs[0])
             spec.update(out=[], err=[], status=0, args=val.split())
@@ -112,8 +117,10 @@ def execute(argv, folder, env, stdin, spec):
                                       preexec_fn=(lambda: os.close(1)) if where == "closed" else None)
             proc.stdout = b""
             return proc
+        limit = spec["vlimit"]
+        cap = (lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))) if limit else None
         return subprocess.run(argv, cwd=folder, env=env, input=stdin, capture_output=True,
-                              timeout=spec["timeout"])
+                              timeout=spec["timeout"], preexec_fn=cap)
     except subprocess.TimeoutExpired:
         return None
 
