@@ -15,7 +15,6 @@ Env *env_new(Env *parent) {
     g_env_pool = e->parent;
   } else {
     e = (Env *)gc_alloc(sizeof(Env));
-    memset(e, 0, sizeof *e);
     e->keys = e->inline_keys;
     e->vals = e->inline_vals;
     e->cap = ENV_INLINE;

@@ -19,7 +19,7 @@ struct Val;
 // Builds without the collector (sanitizers, fuzzing) serve the same calls
 // from malloc.
 void gc_init();  // before the first allocation, on the main thread
-void *gc_alloc(size_t n);   // may hold pointers to values
+void *gc_alloc(size_t n);   // may hold pointers to values; zeroed
 void *gc_atomic(size_t n);  // holds no pointers
 void gc_free(void *p);      // a block nothing points to any more
 // Moves the first `used` items (each `size` bytes) of an array to a new

@@ -149,7 +149,6 @@ static const int OBJ_INLINE = 4;
 Val *val_obj() {
   Val *v = val_new(V_OBJ);
   Obj *o = (Obj *)gc_alloc(sizeof(Obj) + (sizeof(char *) + sizeof(Val *)) * OBJ_INLINE);
-  memset(o, 0, sizeof *o);
   o->keys = (const char **)(o + 1);
   o->vals = (Val **)(o->keys + OBJ_INLINE);
   o->cap = OBJ_INLINE;
