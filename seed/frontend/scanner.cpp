@@ -13,6 +13,13 @@ Node *node_new(NType t) {
   memset(n, 0, sizeof *n);
   n->type = t;
   n->cache_depth = n->cache_slot = -1;
+  n->pos = g_src_base + (uint32_t)g_pos;
+  return n;
+}
+
+Node *node_at(NType t, int at) {
+  Node *n = node_new(t);
+  n->pos = g_src_base + (uint32_t)at;
   return n;
 }
 
@@ -57,6 +64,11 @@ const char *read_name() {
   int start = g_pos;
   while (is_name_char((unsigned char)g_src[g_pos])) g_pos++;
   return intern(g_src + start, (size_t)(g_pos - start));
+}
+
+int blanks_end(int p) {
+  while (g_src[p] == ' ' || g_src[p] == '\t' || g_src[p] == '\r') p++;
+  return p;
 }
 
 void skip_ws() {
