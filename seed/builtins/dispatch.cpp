@@ -9,12 +9,17 @@
 // prefix, so a hash of exact names followed by the prefix test gives the
 // same answer as walking the ordered chain.
 static std::unordered_map<std::string_view, const BuiltinRow *> *g_rows;
+static const BuiltinRow *const g_tables[] = {core_builtins, list_math_builtins, text_builtins, host_builtins,
+                                             unsupported_builtins};
+
+void builtin_each(void (*visit)(const BuiltinRow *row, void *ctx), void *ctx) {
+  for (const BuiltinRow *table : g_tables)
+    for (const BuiltinRow *r = table; r->name; r++) visit(r, ctx);
+}
 
 static void rows_init() {
   g_rows = new std::unordered_map<std::string_view, const BuiltinRow *>();
-  for (const BuiltinRow *table : {core_builtins, list_math_builtins, text_builtins, host_builtins,
-                                  unsupported_builtins})
-    for (const BuiltinRow *r = table; r->name; r++) g_rows->emplace(r->name, r);
+  builtin_each([](const BuiltinRow *r, void *) { g_rows->emplace(r->name, r); }, nullptr);
 }
 
 // In the sandbox, host builtins that touch files, the environment, standard
