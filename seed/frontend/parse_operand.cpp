@@ -59,8 +59,9 @@ static Node *parse_atom() {
     return n;
   }
   if (keyword_at(g_pos, "nil")) {
+    Node *n = node_new(N_NIL);
     g_pos += 3;
-    return node_new(N_NIL);
+    return n;
   }
   if (keyword_at(g_pos, "if")) return parse_if();
   if (is_name_start((unsigned char)c)) {
