@@ -8,6 +8,7 @@ Directives, each on a comment line of the entry file:
   # expect-status: N    exit status (0 when absent)
   # args: A B ...       extra words after the file on the command line
   # cmdline: WORDS      the whole command line after the program name, instead of "run FILE ARGS"
+  # program: orvex      run the user-facing program (the runner's third argument) instead
   # env: NAME=VALUE     set a variable (VALUE may use {dir}, the case folder); "# env: NAME" unsets it
   # stdin: TEXT         one line of standard input
   # timeout: SECONDS    default 60
@@ -21,7 +22,7 @@ import sys
 
 
 def parse(path):
-    spec = {"out": [], "err": [], "status": 0, "args": [], "cmdline": None,
+    spec = {"out": [], "err": [], "status": 0, "args": [], "cmdline": None, "program": None,
             "env": {}, "unset": [], "stdin": [], "timeout": 60}
     with open(path, "rb") as f:
         text = f.read().decode("utf-8", "surrogateescape")
@@ -46,6 +47,8 @@ def parse(path):
             spec["args"] += val.split()
         elif key == "cmdline":
             spec["cmdline"] = val.split()
+        elif key == "program":
+            spec["program"] = val
         elif key == "env":
             name, eq, value = val.partition("=")
             if eq:
@@ -78,6 +81,8 @@ def main():
     binary, case = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
     folder = os.path.dirname(case)
     spec = parse(case)
+    if spec["program"] == "orvex":
+        binary = os.path.abspath(sys.argv[3])
     env = dict(os.environ)
     env.pop("ORVEX_HOME", None)
     for name in spec["unset"]:

@@ -8,8 +8,6 @@ static int todo(const char *what) {
   return 2;
 }
 
-int cmd_check(const std::vector<std::string> &, bool) { return todo("check"); }
-int cmd_ast(const std::string &) { return todo("ast"); }
 int cmd_repl() { return todo("repl"); }
 int cmd_help(const std::string &) { return todo("help"); }
 const char *orvex_version() { return "orvex 0.1"; }
