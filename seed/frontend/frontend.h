@@ -138,6 +138,24 @@ Node *parse_lambda();
 Node *parse_if();
 Node *parse_body(int min_indent);
 Node *parse_body_rule();
+// Calls f on each body n holds: a block's statements, an if's branches
+// (null when missing), a loop's body.
+template <class F>
+void each_body(Node *n, F f) {
+  switch (n->type) {
+    case N_BLOCK:
+      for (int i = 0; i < n->block.n; i++) f(n->block.stmts[i]);
+      return;
+    case N_IF:
+      f(n->iff.then);
+      for (int i = 0; i < n->iff.nelif; i++) f(n->iff.elif_body[i]);
+      f(n->iff.els);
+      return;
+    case N_WHILE: f(n->whl.body); return;
+    case N_FOR: f(n->forin.body); return;
+    default: return;
+  }
+}
 // Marks the ret statements whose marker can only travel to the enclosing
 // call (or the end of the file) through blocks, ifs and loops.
 void mark_ret_context(Node *body);

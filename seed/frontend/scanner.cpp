@@ -26,20 +26,8 @@ Node *node_at(NType t, int at) {
 void mark_ret_context(Node *n) {
   if (!n) return;
   check_stack();
-  switch (n->type) {
-    case N_RET: n->ret.direct = 1; return;
-    case N_BLOCK:
-      for (int i = 0; i < n->block.n; i++) mark_ret_context(n->block.stmts[i]);
-      return;
-    case N_IF:
-      mark_ret_context(n->iff.then);
-      for (int i = 0; i < n->iff.nelif; i++) mark_ret_context(n->iff.elif_body[i]);
-      mark_ret_context(n->iff.els);
-      return;
-    case N_WHILE: mark_ret_context(n->whl.body); return;
-    case N_FOR: mark_ret_context(n->forin.body); return;
-    default: return;
-  }
+  if (n->type == N_RET) n->ret.direct = 1;
+  else each_body(n, mark_ret_context);
 }
 
 // Tree arrays hold exactly n items; their room doubles at each power of two

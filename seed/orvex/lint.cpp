@@ -102,20 +102,9 @@ struct Linter {
 
   void structure(const Node *n) {
     if (!n) return;
-    switch (n->type) {
-      case N_BLOCK:
-        for (int i = 0; i < n->block.n; i++) statement(n->block.stmts[i], false);
-        break;
-      case N_IF:
-        body(n->iff.then);
-        for (int i = 0; i < n->iff.nelif; i++) body(n->iff.elif_body[i]);
-        body(n->iff.els);
-        break;
-      case N_WHILE: body(n->whl.body); break;
-      case N_FOR: body(n->forin.body); break;
-      case N_FN: body(n->fn.body); break;
-      default: break;
-    }
+    bool block = n->type == N_BLOCK;
+    each_body((Node *)n, [&](const Node *b) { block ? statement(b, false) : body(b); });
+    if (n->type == N_FN) body(n->fn.body);
     each_child(n, [&](const Node *c) { structure(c); });
   }
 
