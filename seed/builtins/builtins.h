@@ -15,6 +15,9 @@ struct BuiltinRow {
   int min_args, max_args;
   fnptr fn;
 };
+// Every row of the dispatcher's tables in its order (a name found twice:
+// the first row answers).
+void builtin_each(void (*visit)(const BuiltinRow *row, void *ctx), void *ctx);
 extern const BuiltinRow core_builtins[];
 extern const BuiltinRow text_builtins[];
 extern const BuiltinRow list_math_builtins[];

@@ -9,14 +9,17 @@
 // prefix, so a hash of exact names followed by the prefix test gives the
 // same answer as walking the ordered chain.
 static std::unordered_map<std::string_view, const BuiltinRow *> *g_rows;
-
 const BuiltinRow *const builtin_tables[] = {core_builtins, list_math_builtins, text_builtins,
                                             host_builtins, unsupported_builtins, nullptr};
 
+void builtin_each(void (*visit)(const BuiltinRow *row, void *ctx), void *ctx) {
+  for (const BuiltinRow *const *table = builtin_tables; *table; table++)
+    for (const BuiltinRow *r = *table; r->name; r++) visit(r, ctx);
+}
+
 static void rows_init() {
   g_rows = new std::unordered_map<std::string_view, const BuiltinRow *>();
-  for (const BuiltinRow *const *table = builtin_tables; *table; table++)
-    for (const BuiltinRow *r = *table; r->name; r++) g_rows->emplace(r->name, r);
+  builtin_each([](const BuiltinRow *r, void *) { g_rows->emplace(r->name, r); }, nullptr);
 }
 
 // In the sandbox, host builtins that touch files, the environment, standard

@@ -100,6 +100,7 @@ static Env *run_module(const char *resolved, const char *text) {
   path_copy(g_cur_file, resolved);
   g_src = text;
   g_pos = 0;
+  source_add(text, resolved);
   Node *prog = parse_program_top();
   Env *mod_env = env_new(nullptr);
   mod_env->captured = 1;

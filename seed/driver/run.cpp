@@ -75,6 +75,7 @@ void run_source(const char *src_text, const char *file_path, Env *env) {
   memcpy(old_file, g_cur_file, sizeof old_file);
   g_src = src_text;
   g_pos = 0;
+  source_add(src_text, file_path);
   path_copy(g_cur_file, file_path);
   Node *prog = parse_program_top();
   eval_effect(prog, env);

@@ -11,6 +11,7 @@
 static void sandbox_begin() {
   g_sandbox = true;
   runtime_reset();
+  source_reset();
   markers_init();
   // libFuzzer runs on the main thread: leave room below this frame.
   struct rlimit rl;

@@ -92,6 +92,19 @@ static inline Val *unwrap_ret(Val *r) { return r && r->type == V_LST && is_ret(r
   return unwrap_ret(r);
 }
 
+Node *g_fault_node;
+void (*g_unwind_hook)(Node *site);
+
+void unwound(Node *site) {
+  if (g_unwind_hook) g_unwind_hook(site);
+}
+
+[[noreturn, gnu::cold]] static void not_callable(Node *n, Val *fn) {
+  g_fault_node = n;
+  if (!fn) fatal("orvex-min: undefined: %s", n->call.name);
+  fatal("orvex-min: not callable: %s", n->call.name ? n->call.name : "<expr>");
+}
+
 static Val *call_site(Node *n, Env *env, double *out) {
   int nargs = n->call.n;
   Val *inline_args[ARGS_INLINE];
@@ -130,17 +143,18 @@ static Val *call_site(Node *n, Env *env, double *out) {
   }
   Val *result;
   bool captured = true;
-  if (builtin) {
-    result = builtin(args, nargs);
-  } else if (n->call.name) {
-    Val *fn = env_get_cached(env, n->call.name, &n->cache_depth, &n->cache_slot);
-    if (!fn) fatal("orvex-min: undefined: %s", n->call.name);
-    if (fn->type != V_FN) fatal("orvex-min: not callable: %s", n->call.name);
-    result = call_user(fn, args, nargs, fresh, out, &captured);
-  } else {
-    Val *fn = n->call.callee ? eval_node(n->call.callee, env) : g_nil;
-    if (fn->type != V_FN) fatal("orvex-min: not callable: %s", "<expr>");
-    result = call_user(fn, args, nargs, fresh, out, &captured);
+  Val *fn = nullptr;
+  if (!builtin) {
+    if (n->call.name) fn = env_get_cached(env, n->call.name, &n->cache_depth, &n->cache_slot);
+    else fn = n->call.callee ? eval_node(n->call.callee, env) : g_nil;
+    if (!fn || fn->type != V_FN) not_callable(n, fn);
+  }
+  // Only an exception leaving the call itself passes this site's frame.
+  try {
+    result = builtin ? builtin(args, nargs) : call_user(fn, args, nargs, fresh, out, &captured);
+  } catch (...) {
+    unwound(n);
+    throw;
   }
   // Lent records come back in reverse order (one may be lent twice).
   while (lent) {

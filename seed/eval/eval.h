@@ -30,3 +30,12 @@ char *build_dotted(Node *n);
 
 // The current file, named by "undefined" messages and used to resolve `use`.
 extern char g_cur_file[PATH_MAX_LEN + 1];
+
+// The node of a fatal condition (an undefined name, a call of no
+// function), set just before fatal() so that a driver's hook can locate it.
+extern Node *g_fault_node;
+// When set, told of every call site and use statement an exception leaves,
+// innermost first: a driver builds its call stack from them. The handler
+// runs only when an exception passes, so calls cost nothing more.
+extern void (*g_unwind_hook)(Node *site);
+void unwound(Node *site);

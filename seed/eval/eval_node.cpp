@@ -13,14 +13,17 @@
 
 char g_cur_file[PATH_MAX_LEN + 1];
 
-[[noreturn]] static void undefined_name(const char *id) {
-  fatal("orvex-min: undefined: %s (in %s)", id, g_cur_file[0] ? g_cur_file : "?");
+[[noreturn]] static void undefined_name(Node *n) {
+  g_fault_node = n;
+  fatal("orvex-min: undefined: %s (in %s)", n->id, g_cur_file[0] ? g_cur_file : "?");
 }
+
+[[noreturn, gnu::cold]] static void division_by_zero(Node *n) { orvex_throw("division by zero", n); }
 
 [[gnu::noinline]] static Val *eval_id_slow(Node *n, Env *env) {
   if (Val **p = env_slot_cached_slow(env, n->id, &n->cache_depth, &n->cache_slot)) return *p;
   if (n->id[0] == '_' && n->id[1] == '_') return g_nil;
-  undefined_name(n->id);
+  undefined_name(n);
 }
 
 // A variable read: inline when the name was last found in this very scope
@@ -280,8 +283,8 @@ static inline double num_mod(double x, double y) {
   return fmod(x, y);
 }
 
-// The operator applied to two evaluated operands (null: the number in x).
-static Val *bin_apply(char op, Val *a, double x, Val *b, double y, double *out) {
+// The operator of n applied to two evaluated operands (null: the number in x).
+static Val *bin_apply(Node *n, char op, Val *a, double x, Val *b, double y, double *out) {
   switch (op) {
     case '+':
       if (a && a->type == V_STR) return concat_text(a, x, b, y);
@@ -293,7 +296,7 @@ static Val *bin_apply(char op, Val *a, double x, Val *b, double y, double *out) 
     case '*': *out = as_num(a, x) * as_num(b, y); return nullptr;
     case '/': {
       double d = as_num(b, y);
-      if (d == 0) orvex_throw("division by zero");
+      if (d == 0) division_by_zero(n);
       *out = as_num(a, x) / d;
       return nullptr;
     }
@@ -323,7 +326,7 @@ static Val *eval_bin_generic(Node *n, Env *env, double *out) {
   double x = 0, y = 0;
   Val *a = operand(n->bin.left, env, &x);
   Val *b = operand(n->bin.right, env, &y);
-  return bin_apply(op, a, x, b, y, out);
+  return bin_apply(n, op, a, x, b, y, out);
 }
 
 // Operators on the usual operand shapes (number literals, variables) get
@@ -370,13 +373,13 @@ static Val *bin_spec(Node *n, Env *env, double *out) {
   double x = 0, y = 0;
   Val *a = fetch<LK>(n->bin.left, env, &x);
   Val *b = fetch<RK>(n->bin.right, env, &y);
-  if (__builtin_expect(a != nullptr || b != nullptr, 0)) return bin_apply(OP, a, x, b, y, out);
+  if (__builtin_expect(a != nullptr || b != nullptr, 0)) return bin_apply(n, OP, a, x, b, y, out);
   switch (OP) {
     case '+': *out = x + y; return nullptr;
     case '-': *out = x - y; return nullptr;
     case '*': *out = x * y; return nullptr;
     case '/':
-      if (y == 0) orvex_throw("division by zero");
+      if (y == 0) division_by_zero(n);
       *out = x / y;
       return nullptr;
     case '%': *out = num_mod(x, y); return nullptr;
@@ -463,7 +466,7 @@ static bool cmp_test(Node *n, Env *env) {
   double x = 0, y = 0;
   Val *a = fetch<LK>(n->bin.left, env, &x);
   Val *b = fetch<RK>(n->bin.right, env, &y);
-  if (__builtin_expect(a != nullptr || b != nullptr, 0)) return bin_apply(OP, a, x, b, y, &x) == g_true;
+  if (__builtin_expect(a != nullptr || b != nullptr, 0)) return bin_apply(n, OP, a, x, b, y, &x) == g_true;
   return num_compare<OP>(x, y);
 }
 
@@ -759,7 +762,12 @@ static Val *dot_value(Node *n, Env *env) {
 }
 
 static Val *use_value(Node *n, Env *env) {
-  do_use(n->use.path, env);
+  try {
+    do_use(n->use.path, env);
+  } catch (...) {
+    unwound(n);
+    throw;
+  }
   return g_nil;
 }
 
@@ -918,7 +926,7 @@ static Val *assign_self_effect(Node *n, Env *env) {
     case '-': r = x - y; break;
     case '*': r = x * y; break;
     case '/':
-      if (y == 0) orvex_throw("division by zero");
+      if (y == 0) division_by_zero(rhs);
       r = x / y;
       break;
     default: r = num_mod(x, y); break;

@@ -24,6 +24,9 @@ struct Node {
   // outward, slot), re-checked on every use; -1 when unknown. N_STR keeps
   // its text length in cache_slot.
   int32_t cache_depth, cache_slot;
+  // Where the node starts (an operator node: its operator), as a position
+  // of the source set below; it fills what was a padding hole.
+  uint32_t pos;
   // The evaluator's code for this node's shape, chosen at its first use
   // (null until then): for its value, inside arithmetic, where the value
   // is dropped, and as a condition.
@@ -66,11 +69,54 @@ struct Node {
   };
 };
 
-Node *node_new(NType t);
+static_assert(sizeof(Node) == 104, "a node's position must not make it bigger");
+
+Node *node_new(NType t);  // positioned at the cursor
 
 // The cursor: the text being parsed and the index of the next character.
 extern const char *g_src;
 extern int g_pos;
+
+// Source positions: every text parsed in this process gets a range of its
+// own, so one 32-bit number tells both the file and the place in it.
+// g_src_base is the position of g_src[0]; source_add gives a new text the
+// next range, before it is parsed.
+extern uint32_t g_src_base;
+struct Source {
+  const char *file;
+  const char *text;  // null unless g_keep_sources was set when it was added
+  uint32_t base, len;
+};
+extern bool g_keep_sources;  // keep a copy of every text, to quote and locate later
+void source_add(const char *text, const char *file);
+void source_reset();  // forgets every text (a fresh interpreter state)
+const Source *source_find(uint32_t pos);  // null for a position of no known text
+// 1-based line and column (in bytes) of pos; 0 when its text was not kept.
+void source_line_col(uint32_t pos, int *line, int *col);
+
+// Recoveries: a checker sets this hook to hear of every place where the
+// reader skipped, cut or guessed (never set when running, so the readers
+// pay one test of a null pointer on their recovery paths only). at is
+// where it happened, from where the construct began (both positions).
+enum Recovery {
+  REC_SKIPPED,      // a character no statement starts with
+  REC_TRAILING,     // more on a line after a complete statement
+  REC_UNCLOSED,     // an opener ( [ { " not closed where reading stopped (at): from is the opener
+  REC_NO_OPERAND,   // an operator (at) with nothing after it, dropped
+  REC_NO_VALUE,     // "=" or a field's ":" with nothing after it: nil
+  REC_COND_ASSIGN,  // "=" right after a condition
+  REC_SHALLOW_BODY, // a header's body not indented deeper than the header
+  REC_NO_PART,      // a header without its condition or list
+  REC_ESCAPE,       // an escape of a letter or digit dropped in $"..."
+  REC_INTERP,       // text after the expression in {...} read literally
+  REC_NUMBER_NAME,  // a number run into a name ("0x1F", "2nd")
+  REC_USE,          // use without a module name or plain path
+  REC_STRING_LINES, // a plain string running over lines: at is its closing quote
+};
+extern void (*g_recover_hook)(Recovery what, uint32_t at, uint32_t from);
+inline void recovered(Recovery what, int at, int from = -1) {
+  if (g_recover_hook) g_recover_hook(what, g_src_base + (uint32_t)at, g_src_base + (uint32_t)(from < 0 ? at : from));
+}
 
 void skip_ws();
 void skip_ws_nl();
@@ -92,6 +138,24 @@ Node *parse_lambda();
 Node *parse_if();
 Node *parse_body(int min_indent);
 Node *parse_body_rule();
+// Calls f on each body n holds: a block's statements, an if's branches
+// (null when missing), a loop's body.
+template <class F>
+void each_body(Node *n, F f) {
+  switch (n->type) {
+    case N_BLOCK:
+      for (int i = 0; i < n->block.n; i++) f(n->block.stmts[i]);
+      return;
+    case N_IF:
+      f(n->iff.then);
+      for (int i = 0; i < n->iff.nelif; i++) f(n->iff.elif_body[i]);
+      f(n->iff.els);
+      return;
+    case N_WHILE: f(n->whl.body); return;
+    case N_FOR: f(n->forin.body); return;
+    default: return;
+  }
+}
 // Marks the ret statements whose marker can only travel to the enclosing
 // call (or the end of the file) through blocks, ifs and loops.
 void mark_ret_context(Node *body);
@@ -102,3 +166,12 @@ bool is_name_start(int c);
 bool keyword_at(int pos, const char *kw);
 const char *read_name();  // interned run of name characters at the cursor, possibly empty
 void arr_push(void ***arr, int n, void *item);  // grows an array of n items by exactly one
+Node *node_at(NType t, int at);
+int blanks_end(int p);  // the first position from p that is no blank, tab or carriage return  // a node positioned at g_src[at]
+// A block's reading of one statement: a character no statement starts
+// with is skipped; after a statement the rest of its line should be empty.
+void stmt_skipped();
+void stmt_read(Node *st);
+// After a header's condition (header: where it began): tells the hook of
+// an "=" that ends it early or of a missing condition.
+void cond_read(Node *cond, int header);

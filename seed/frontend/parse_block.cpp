@@ -4,14 +4,27 @@
 
 #define PUSH(arr, n, item) arr_push((void ***)&(arr), (n), (item))
 
+// Indentation of the line that holds position p.
+static int indent_of_line(int p) {
+  while (p > 0 && g_src[p - 1] != '\n') p--;
+  int save = g_pos;
+  g_pos = p;
+  int w = get_indent();
+  g_pos = save;
+  return w;
+}
+
 // BODY -> NEWLINE INDENTED-BLOCK | EXPR
 // The block's indentation is that of the line right after the header; an
 // unindented (or empty) line there means no body at all.
 Node *parse_body_rule() {
   skip_ws();
   if (g_src[g_pos] != '\n') return parse_expr();
-  g_pos++;
+  int header_end = g_pos++;
   int bi = get_indent();
+  if (g_recover_hook && bi <= indent_of_line(header_end)) {
+    recovered(REC_SHALLOW_BODY, blanks_end(g_pos), header_end);
+  }
   if (bi == 0) return node_new(N_NIL);
   return parse_body(bi);
 }
@@ -23,6 +36,18 @@ static void skip_blanks() {
 static void skip_comment() {
   if (g_src[g_pos] == '#')
     while (g_src[g_pos] && g_src[g_pos] != '\n') g_pos++;
+}
+
+void stmt_skipped() {
+  if (!g_src[g_pos]) return;
+  recovered(REC_SKIPPED, g_pos);
+  g_pos++;
+}
+
+void stmt_read(Node *st) {
+  if (!g_recover_hook) return;
+  int p = blanks_end(g_pos);
+  if (g_src[p] && g_src[p] != '\n' && g_src[p] != '#') recovered(REC_TRAILING, p, (int)(st->pos - g_src_base));
 }
 
 // block -> { stmt } while lines are indented at least min_indent; empty and
@@ -57,22 +82,34 @@ Node *parse_body(int min_indent) {
     if (!g_src[g_pos]) continue;
     Node *st = parse_stmt();
     if (!st) {
-      if (g_src[g_pos]) g_pos++;
+      stmt_skipped();
       continue;
     }
+    stmt_read(st);
+    if (block->block.n == 0) block->pos = st->pos;
     PUSH(block->block.stmts, block->block.n, st);
     block->block.n++;
   }
   return block;
 }
 
+void cond_read(Node *cond, int header) {
+  if (!g_recover_hook) return;
+  int p = blanks_end(g_pos);
+  if (g_src[p] == '=' && g_src[p + 1] != '=') recovered(REC_COND_ASSIGN, p, header);
+  else if (!cond) recovered(REC_NO_PART, header);
+}
+
 // if COND [:] BRANCH { | if COND [:] BRANCH } [ | BRANCH ]
 // Only the first branch may be a plain assignment written on the same line.
 Node *parse_if() {
+  skip_ws();
+  int start = g_pos;
   if (!eat_str("if")) return nullptr;
   check_stack();
-  Node *n = node_new(N_IF);
+  Node *n = node_at(N_IF, start);
   n->iff.cond = parse_expr();
+  cond_read(n->iff.cond, start);
   eat(':');
   skip_ws();
   if (g_src[g_pos] == '\n') {
@@ -83,7 +120,7 @@ Node *parse_if() {
     skip_ws();
     if (g_src[g_pos] == '=' && g_src[g_pos + 1] != '=') {
       g_pos++;
-      Node *a = node_new(N_ASSIGN);
+      Node *a = node_at(N_ASSIGN, ip);
       a->assign.name = name;
       a->assign.val = parse_expr();
       n->iff.then = a;
@@ -104,8 +141,10 @@ Node *parse_if() {
     g_pos++;
     skip_ws();
     if (keyword_at(g_pos, "if")) {
+      int elif = g_pos;
       g_pos += 2;
       Node *ec = parse_expr();
+      cond_read(ec, elif);
       eat(':');
       skip_ws();
       Node *eb = parse_body_rule();

@@ -45,11 +45,14 @@ Node *parse_bin_rhs(Node *left, int min_prec) {
     skip_ws();
     int prec = op_prec(g_src + g_pos);
     if (prec < min_prec) return left;
-    int adv;
+    int adv, at = g_pos;
     char op = op_code(g_src + g_pos, &adv);
     g_pos += adv;
     Node *right = parse_unary();
-    if (!right) return left;
+    if (!right) {
+      recovered(REC_NO_OPERAND, at);
+      return left;
+    }
     skip_ws();
     int np = op_prec(g_src + g_pos);
     while (np > prec) {
@@ -57,7 +60,7 @@ Node *parse_bin_rhs(Node *left, int min_prec) {
       skip_ws();
       np = op_prec(g_src + g_pos);
     }
-    Node *n = node_new(N_BIN);
+    Node *n = node_at(N_BIN, at);
     n->bin.op = op;
     n->bin.left = left;
     n->bin.right = right;

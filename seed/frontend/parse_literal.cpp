@@ -8,8 +8,9 @@
 
 // list -> [ { EXPR [,] } ]
 Node *parse_list() {
-  eat('[');
   Node *n = node_new(N_LST);
+  int open = g_pos;
+  eat('[');
   skip_ws_nl();
   while (g_src[g_pos] && g_src[g_pos] != ']') {
     Node *item = parse_expr();
@@ -20,7 +21,7 @@ Node *parse_list() {
     eat(',');
     skip_ws_nl();
   }
-  eat(']');
+  if (!eat(']')) recovered(REC_UNCLOSED, g_pos, open);
   return n;
 }
 
@@ -44,16 +45,19 @@ static const char *read_key() {
 
 // object -> { { KEY [:] [EXPR] [,] } }
 Node *parse_object() {
-  eat('{');
   Node *n = node_new(N_OBJ);
+  int open = g_pos;
+  eat('{');
   skip_ws_nl();
   while (g_src[g_pos] && g_src[g_pos] != '}') {
     skip_ws();
+    int key_at = g_pos;
     const char *key = read_key();
     if (!key) break;
     skip_ws();
     eat(':');
     Node *val = parse_expr();
+    if (!val) recovered(REC_NO_VALUE, g_pos, key_at);
     PUSH(n->obj.keys, n->obj.n, (void *)key);
     PUSH(n->obj.vals, n->obj.n, val);
     n->obj.n++;
@@ -61,14 +65,15 @@ Node *parse_object() {
     eat(',');
     skip_ws_nl();
   }
-  eat('}');
+  if (!eat('}')) recovered(REC_UNCLOSED, g_pos, open);
   return n;
 }
 
 // lambda -> \ [( { PARAM [,] } )] [: | =>] [EXPR]
 Node *parse_lambda() {
-  eat('\\');
   Node *n = node_new(N_FN);
+  eat('\\');
+  int open = g_pos;
   if (eat('(')) {
     for (;;) {
       int c = peek();
@@ -80,7 +85,7 @@ Node *parse_lambda() {
       n->fn.nparams++;
       eat(',');
     }
-    eat(')');
+    if (!eat(')')) recovered(REC_UNCLOSED, g_pos, open);
   }
   skip_ws();
   if (g_src[g_pos] == ':') g_pos++;

@@ -30,8 +30,10 @@ static Node *parse_number() {
   if (k > 63) k = 63;
   memcpy(buf, g_src + start, (size_t)k);
   buf[k] = 0;
-  Node *n = node_new(N_NUM);
+  Node *n = node_at(N_NUM, start);
   n->num = strtod(buf, nullptr);
+  // a word operator may follow at once ("1or 2"); any other name is cut off
+  if (is_name_char((unsigned char)g_src[g_pos]) && !op_prec(g_src + g_pos)) recovered(REC_NUMBER_NAME, g_pos, start);
   return n;
 }
 
@@ -43,9 +45,9 @@ static Node *parse_atom() {
   if (is_digit(c)) return parse_number();
   if (c == '"') return parse_string();
   if (c == '(') {
-    g_pos++;
+    int open = g_pos++;
     Node *n = parse_expr();
-    eat(')');
+    if (!eat(')')) recovered(REC_UNCLOSED, g_pos, open);
     return n;
   }
   if (c == '[') return parse_list();
@@ -57,8 +59,9 @@ static Node *parse_atom() {
     return n;
   }
   if (keyword_at(g_pos, "nil")) {
+    Node *n = node_new(N_NIL);
     g_pos += 3;
-    return node_new(N_NIL);
+    return n;
   }
   if (keyword_at(g_pos, "if")) return parse_if();
   if (is_name_start((unsigned char)c)) {
@@ -70,26 +73,29 @@ static Node *parse_atom() {
 }
 
 // postfix -> { .NAME | [EXPR] | (ARGS) } on the operand's own line
+// Each node starts where its operand does.
 static Node *parse_postfix(Node *left) {
+  int start = (int)(left->pos - g_src_base);
   for (;;) {
     skip_ws();
     char c = g_src[g_pos];
+    int at = g_pos;
     if (c == '.' && is_name_start((unsigned char)g_src[g_pos + 1])) {
       g_pos++;
-      Node *n = node_new(N_DOT);
+      Node *n = node_at(N_DOT, start);
       n->dot.obj = left;
       n->dot.field = read_name();
       left = n;
     } else if (c == '[') {
       g_pos++;
-      Node *n = node_new(N_IDX);
+      Node *n = node_at(N_IDX, start);
       n->idx.obj = left;
       n->idx.idx = parse_expr();
-      eat(']');
+      if (!eat(']')) recovered(REC_UNCLOSED, g_pos, at);
       left = n;
     } else if (c == '(') {
       g_pos++;
-      Node *n = node_new(N_CALL);
+      Node *n = node_at(N_CALL, start);
       if (left->type == N_ID) n->call.name = left->id;
       else n->call.callee = left;
       skip_ws_nl();
@@ -102,7 +108,7 @@ static Node *parse_postfix(Node *left) {
         eat(',');
         skip_ws_nl();
       }
-      eat(')');
+      if (!eat(')')) recovered(REC_UNCLOSED, g_pos, at);
       left = n;
     } else {
       return left;
@@ -117,11 +123,13 @@ Node *parse_unary() {
   skip_ws();
   char c = g_src[g_pos];
   char d = c ? g_src[g_pos + 1] : 0;  // never look past the terminating NUL
+  int at = g_pos;
   if (c == '!' && d != '=') {
-    g_pos++;
     Node *n = node_new(N_UNARY);
+    g_pos++;
     n->unary.op = '!';
     n->unary.operand = parse_unary();
+    if (!n->unary.operand) recovered(REC_NO_OPERAND, at);
     return n;
   }
   if (c == '-' && d != '=' && d != '-') {
@@ -129,9 +137,11 @@ Node *parse_unary() {
     Node *inner = parse_unary();
     if (inner && inner->type == N_NUM) {
       inner->num = -inner->num;
+      inner->pos = g_src_base + (uint32_t)at;
       return inner;
     }
-    Node *n = node_new(N_BIN);
+    if (!inner) recovered(REC_NO_OPERAND, at);
+    Node *n = node_at(N_BIN, at);
     n->bin.op = '-';
     n->bin.left = node_new(N_NUM);
     n->bin.right = inner;

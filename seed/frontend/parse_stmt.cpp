@@ -17,9 +17,10 @@ Node *parse_program_top() {
     }
     Node *st = parse_stmt();
     if (!st) {
-      if (g_src[g_pos]) g_pos++;
+      stmt_skipped();
       continue;
     }
+    stmt_read(st);
     PUSH(block->block.stmts, block->block.n, st);
     block->block.n++;
     skip_ws();
@@ -29,17 +30,19 @@ Node *parse_program_top() {
 
 // use NAME | use "PATH"
 static Node *parse_use() {
+  int start = g_pos;
   g_pos += 3;
   skip_ws();
   unsigned char c = (unsigned char)g_src[g_pos];
   if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) {
-    Node *n = node_new(N_USE);
+    Node *n = node_at(N_USE, start);
     n->use.path = read_name();
     return n;
   }
   Node *s = parse_string();
-  if (!s) return node_new(N_NIL);
-  Node *n = node_new(N_USE);
+  if (!s || s->type != N_STR) recovered(REC_USE, start);
+  if (!s) return node_at(N_NIL, start);
+  Node *n = node_at(N_USE, start);
   // An interpolated path with embedded expressions has no fixed text: the
   // node keeps a null path and the statement is refused when it runs.
   n->use.path = s->type == N_STR ? s->str : nullptr;
@@ -48,8 +51,8 @@ static Node *parse_use() {
 
 // ret [EXPR]
 static Node *parse_ret() {
-  g_pos += 3;
   Node *n = node_new(N_RET);
+  g_pos += 3;
   skip_ws();
   if (!g_src[g_pos] || g_src[g_pos] == '\n') n->ret.ex = node_new(N_NIL);
   else n->ret.ex = parse_expr();
@@ -58,9 +61,10 @@ static Node *parse_ret() {
 
 // whl COND [:] BODY
 static Node *parse_whl() {
-  g_pos += 3;
   Node *n = node_new(N_WHILE);
+  g_pos += 3;
   n->whl.cond = parse_expr();
+  cond_read(n->whl.cond, (int)(n->pos - g_src_base));
   eat(':');
   skip_ws();
   n->whl.body = parse_body_rule();
@@ -69,11 +73,12 @@ static Node *parse_whl() {
 
 // lop VAR ITER [:] BODY   (the variable may be empty or start with a digit)
 static Node *parse_lop() {
+  Node *n = node_new(N_FOR);
   g_pos += 3;
   skip_ws();
-  Node *n = node_new(N_FOR);
   n->forin.var = read_name();
   n->forin.iter = parse_expr();
+  if (!n->forin.iter) recovered(REC_NO_PART, (int)(n->pos - g_src_base));
   eat(':');
   skip_ws();
   n->forin.body = parse_body_rule();
@@ -95,7 +100,7 @@ static int scan_parens(int ps) {
 // Parameters and body of a definition, cursor just after "(":
 //   PARAM {[,] PARAM} ) [=] BODY
 static Node *parse_def_rest() {
-  Node *fn = node_new(N_FN);
+  Node *fn = node_at(N_FN, g_pos - 1);
   for (;;) {
     int c = peek();
     if (c == ')' || c == 0) break;
@@ -106,7 +111,7 @@ static Node *parse_def_rest() {
     fn->fn.nparams++;
     eat(',');
   }
-  eat(')');
+  if (!eat(')')) recovered(REC_UNCLOSED, g_pos, (int)(fn->pos - g_src_base));
   skip_ws();
   if (g_src[g_pos] == '=') g_pos++;
   skip_ws();
@@ -122,26 +127,34 @@ static bool def_follows(int ps) {
   return g_src[g_pos] == '=' && g_src[g_pos + 1] != '=';
 }
 
+// The value after an "=" (at eq); nothing there assigns nil.
+static Node *assigned_value(int eq) {
+  Node *v = parse_expr();
+  if (!v) recovered(REC_NO_VALUE, g_pos, eq);
+  return v;
+}
+
 // EXPR | TARGET.FIELD = EXPR | TARGET[IDX] = EXPR
 static Node *parse_expr_stmt() {
   Node *ex = parse_expr();
   if (!ex) return nullptr;
   skip_ws();
   if (g_src[g_pos] != '=' || g_src[g_pos + 1] == '=') return ex;
+  int eq = g_pos;
   if (ex->type == N_DOT) {
     g_pos++;
-    Node *n = node_new(N_DOT_ASSIGN);
+    Node *n = node_at(N_DOT_ASSIGN, (int)(ex->pos - g_src_base));
     n->dot_assign.obj = ex->dot.obj;
     n->dot_assign.field = ex->dot.field;
-    n->dot_assign.val = parse_expr();
+    n->dot_assign.val = assigned_value(eq);
     return n;
   }
   if (ex->type == N_IDX) {
     g_pos++;
-    Node *n = node_new(N_IDX_ASSIGN);
+    Node *n = node_at(N_IDX_ASSIGN, (int)(ex->pos - g_src_base));
     n->idx_assign.obj = ex->idx.obj;
     n->idx_assign.idx = ex->idx.idx;
-    n->idx_assign.val = parse_expr();
+    n->idx_assign.val = assigned_value(eq);
     return n;
   }
   return ex;
@@ -162,8 +175,8 @@ static Node *parse_name_stmt() {
       int ps = g_pos + 1;
       if (def_follows(ps)) {
         g_pos = ps;
-        Node *n = node_new(N_DOT_ASSIGN);
-        Node *obj = node_new(N_ID);
+        Node *n = node_at(N_DOT_ASSIGN, save);
+        Node *obj = node_at(N_ID, save);
         obj->id = name;
         n->dot_assign.obj = obj;
         n->dot_assign.field = method;
@@ -175,26 +188,27 @@ static Node *parse_name_stmt() {
     int ps = g_pos + 1;
     if (def_follows(ps)) {
       g_pos = ps;
-      Node *n = node_new(N_ASSIGN);
+      Node *n = node_at(N_ASSIGN, save);
       n->assign.name = name;
       n->assign.val = parse_def_rest();
       return n;
     }
   } else if (c == '=' && g_src[g_pos + 1] != '=') {
-    g_pos++;
-    Node *n = node_new(N_ASSIGN);
+    int eq = g_pos++;
+    Node *n = node_at(N_ASSIGN, save);
     n->assign.name = name;
-    n->assign.val = parse_expr();
+    n->assign.val = assigned_value(eq);
     return n;
   } else if ((c == '+' || c == '-') && g_src[g_pos + 1] == '=') {
+    int op = g_pos;
     g_pos += 2;
-    Node *rhs = parse_expr();
-    Node *bin = node_new(N_BIN);
+    Node *rhs = assigned_value(op);
+    Node *bin = node_at(N_BIN, op);
     bin->bin.op = c;
-    bin->bin.left = node_new(N_ID);
+    bin->bin.left = node_at(N_ID, save);
     bin->bin.left->id = name;
     bin->bin.right = rhs;
-    Node *n = node_new(N_ASSIGN);
+    Node *n = node_at(N_ASSIGN, save);
     n->assign.name = name;
     n->assign.val = bin;
     return n;
@@ -210,12 +224,14 @@ Node *parse_stmt() {
   if (keyword_at(g_pos, "use")) return parse_use();
   if (keyword_at(g_pos, "ret")) return parse_ret();
   if (keyword_at(g_pos, "brk")) {
+    Node *n = node_new(N_BRK);
     g_pos += 3;
-    return node_new(N_BRK);
+    return n;
   }
   if (keyword_at(g_pos, "cnt")) {
+    Node *n = node_new(N_CNT);
     g_pos += 3;
-    return node_new(N_CNT);
+    return n;
   }
   if (keyword_at(g_pos, "whl")) return parse_whl();
   if (keyword_at(g_pos, "lop")) return parse_lop();

@@ -44,13 +44,22 @@ static char plain_escape(char c, bool *known) {
   }
 }
 
-static Node *parse_plain() {
+// The cursor is just past the opening quote at open.
+static Node *parse_plain(int open) {
   std::string buf;
+  bool lines = false;
   for (;;) {
     char c = g_src[g_pos];
-    if (!c) break;
+    if (!c) {
+      recovered(REC_UNCLOSED, g_pos, open);
+      break;
+    }
     g_pos++;
-    if (c == '"') break;
+    if (c == '"') {
+      if (lines) recovered(REC_STRING_LINES, g_pos - 1, open);
+      break;
+    }
+    lines |= c == '\n';
     if (c == '\\' && g_src[g_pos]) {
       bool known;
       char e = plain_escape(g_src[g_pos++], &known);
@@ -64,18 +73,22 @@ static Node *parse_plain() {
 }
 
 // Only \n is translated here; any other escaped character stands for itself.
-static Node *parse_interp() {
+static Node *parse_interp(int open) {
   std::string buf;
   Node *result = nullptr;
   for (;;) {
     char c = g_src[g_pos];
-    if (!c) break;
+    if (!c) {
+      recovered(REC_UNCLOSED, g_pos, open);
+      break;
+    }
     if (c == '"') {
       g_pos++;
       break;
     }
     if (c == '\\' && g_src[g_pos + 1]) {
       char e = g_src[g_pos + 1];
+      if (e != 'n' && is_name_char((unsigned char)e)) recovered(REC_ESCAPE, g_pos);
       piece_add(buf, e == 'n' ? '\n' : e);
       g_pos += 2;
       continue;
@@ -83,10 +96,13 @@ static Node *parse_interp() {
     if (c == '{') {
       if (!buf.empty()) chain_add(&result, str_node(buf));
       buf.clear();
-      g_pos++;
+      int brace = g_pos++;
       Node *ex = parse_expr();
       if (g_src[g_pos] == '}') g_pos++;
-      Node *call = node_new(N_CALL);
+      else if (g_src[g_pos] == '"' || !g_src[g_pos]) recovered(REC_UNCLOSED, g_pos, brace);
+      else recovered(REC_INTERP, g_pos, brace);
+      if (!ex) recovered(REC_INTERP, brace, brace);
+      Node *call = node_at(N_CALL, brace);
       call->call.name = intern("str");
       call->call.args = (Node **)xmalloc(sizeof(Node *));
       call->call.args[0] = ex;
@@ -102,8 +118,13 @@ static Node *parse_interp() {
 }
 
 Node *parse_string() {
+  int start = g_pos;
   bool interp = g_src[g_pos] == '$' && g_src[g_pos + 1] == '"';
   if (interp) g_pos++;
+  int open = g_pos;
   if (!eat('"')) return nullptr;
-  return interp ? parse_interp() : parse_plain();
+  if (g_pos - 1 != open) start = open = g_pos - 1;  // eat passed blanks first
+  Node *n = interp ? parse_interp(open) : parse_plain(open);
+  n->pos = g_src_base + (uint32_t)start;
+  return n;
 }

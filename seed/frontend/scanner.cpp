@@ -13,26 +13,21 @@ Node *node_new(NType t) {
   memset(n, 0, sizeof *n);
   n->type = t;
   n->cache_depth = n->cache_slot = -1;
+  n->pos = g_src_base + (uint32_t)g_pos;
+  return n;
+}
+
+Node *node_at(NType t, int at) {
+  Node *n = node_new(t);
+  n->pos = g_src_base + (uint32_t)at;
   return n;
 }
 
 void mark_ret_context(Node *n) {
   if (!n) return;
   check_stack();
-  switch (n->type) {
-    case N_RET: n->ret.direct = 1; return;
-    case N_BLOCK:
-      for (int i = 0; i < n->block.n; i++) mark_ret_context(n->block.stmts[i]);
-      return;
-    case N_IF:
-      mark_ret_context(n->iff.then);
-      for (int i = 0; i < n->iff.nelif; i++) mark_ret_context(n->iff.elif_body[i]);
-      mark_ret_context(n->iff.els);
-      return;
-    case N_WHILE: mark_ret_context(n->whl.body); return;
-    case N_FOR: mark_ret_context(n->forin.body); return;
-    default: return;
-  }
+  if (n->type == N_RET) n->ret.direct = 1;
+  else each_body(n, mark_ret_context);
 }
 
 // Tree arrays hold exactly n items; their room doubles at each power of two
@@ -57,6 +52,11 @@ const char *read_name() {
   int start = g_pos;
   while (is_name_char((unsigned char)g_src[g_pos])) g_pos++;
   return intern(g_src + start, (size_t)(g_pos - start));
+}
+
+int blanks_end(int p) {
+  while (g_src[p] == ' ' || g_src[p] == '\t' || g_src[p] == '\r') p++;
+  return p;
 }
 
 void skip_ws() {

@@ -24,8 +24,8 @@ void markers_init() {
   g_cnt_rec.len = 7;
 }
 
-void orvex_throw(const char *msg) {
-  if (g_try_depth > 0) throw OrvexError{strdup(msg)};
+void orvex_throw(const char *msg, const Node *where) {
+  if (g_try_depth > 0) throw OrvexError{strdup(msg), where};
   out_flush();
   fprintf(stderr, "error: %s\n", msg);
   orvex_exit(1);

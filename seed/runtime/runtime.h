@@ -298,10 +298,11 @@ inline void env_release(Env *e) {
 // ---- errors and markers -------------------------------------------------------
 // The one exception type: only the try builtin catches it.
 struct OrvexError {
-  char *msg;  // malloc'd copy, or null when the copy failed
+  char *msg;          // malloc'd copy, or null when the copy failed
+  const Node *where;  // the node that raised it, when the raiser knows it
 };
 extern int g_try_depth;
-[[noreturn]] void orvex_throw(const char *msg);
+[[noreturn]] void orvex_throw(const char *msg, const Node *where = nullptr);
 Val *make_ret(Val *v);
 Val *make_direct_ret(Val *v);
 // Any two-element list headed by the text "__ret__" is a return marker.

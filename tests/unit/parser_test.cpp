@@ -529,3 +529,17 @@ TEST(Parser, NeverReadsPastTheEnd) {
   }
   munmap(mem, (size_t)page * 2);
 }
+
+// A node is positioned where its text starts: a keyword statement at its
+// keyword, an assignment at its target, a postfix chain at its operand, an
+// operator (and a folded "-5") at its operator, a string at its quote.
+TEST(Parser, NodesKnowWhereTheyStart) {
+  EXPECT_EQ(parse_tree_pos("use m\nret -5\nbrk\nx += a.b[1](c)\n"),
+            "0:(block 0:(use \"m\") 6:(ret 10:(num -5)) 13:brk "
+            "17:(assign x 19:(bin + 17:(id x) 22:(call 22:(idx 22:(dot 22:(id a) b) 26:(num 1)) 29:(id c)))))");
+  EXPECT_EQ(parse_tree_pos("o.f = [!t, {k: \"s\"}]\nif x: y = 1 | nil\n"),
+            "0:(block 0:(dot= 0:(id o) f 6:(lst 7:(unary ! 8:(id t)) 11:(obj (\"k\" 15:(str \"s\"))))) "
+            "21:(if 24:(id x) 27:(assign y 31:(num 1)) 35:nil))");
+  EXPECT_EQ(parse_tree_pos("f(a) =\n  whl a\n    lop v a: a - v\n"),
+            "0:(block 0:(assign f 1:(fn (a) 9:(block 9:(whl 13:(id a) 19:(block 19:(lop v 25:(id a) 30:(bin - 28:(id a) 32:(id v)))))))))");
+}

@@ -41,11 +41,14 @@ static void child(std::string &o, const Node *n) {
   print(o, n);
 }
 
+static bool g_with_pos;
+
 static void print(std::string &o, const Node *n) {
   if (!n) {
     o += '_';
     return;
   }
+  if (g_with_pos) o += std::to_string(n->pos) + ":";
   switch (n->type) {
     case N_NUM: {
       char buf[64];
@@ -153,6 +156,14 @@ std::string parse_tree(const char *src) {
   std::string out = tree_str(parse_program_top());
   g_src = "";
   g_pos = 0;
+  return out;
+}
+
+std::string parse_tree_pos(const char *src) {
+  g_src_base = 0;
+  g_with_pos = true;
+  std::string out = parse_tree(src);
+  g_with_pos = false;
   return out;
 }
 
