@@ -11,39 +11,19 @@
 #include "../driver/driver.h"
 #include "../eval/eval.h"
 #include "commands.h"
+#include "located.h"
 
 // Forgets the values a rendering had open (defined with the renderer).
 void render_reset();
 
-// A fatal condition inside one input: it ends that input, not the session.
-struct InputStopped {
-  std::string msg;
-};
-
-static void stop_input(const char *msg) { throw InputStopped{msg}; }
-
-// Runs step with errors reported and survived; false when one happened.
-// The one place to swap for a located report.
+// Runs step with errors reported (located, with their calls) and survived;
+// false when one happened.
 template <class Step>
 static bool guarded(Step step) {
-  g_fatal_hook = stop_input;
-  g_try_depth = 1;  // catchable errors reach us as exceptions, not exits
-  std::string msg;
-  try {
-    step();
-  } catch (OrvexError &e) {
-    msg = std::string("error: ") + (e.msg ? e.msg : "error");
-    free(e.msg);
-  } catch (InputStopped &e) {
-    msg = e.msg;
-  }
-  g_try_depth = 0;
-  g_fatal_hook = nullptr;
+  bool ok = run_located([](void *c) { (*(Step *)c)(); }, &step);
   out_flush();
-  if (msg.empty()) return true;
-  render_reset();  // a render cut short leaves its open values behind
-  fprintf(stderr, "%s\n", msg.c_str());
-  return false;
+  if (!ok) render_reset();  // a render cut short leaves its open values behind
+  return ok;
 }
 
 // Points the reader at an input; the REPL is a file in the working
@@ -51,6 +31,7 @@ static bool guarded(Step step) {
 static Node *parse_input(const char *text) {
   g_src = text;
   g_pos = 0;
+  source_add(text, "<repl>");  // errors point into the input: <repl>:LINE:COL
   path_copy(g_cur_file, "<repl>");
   return parse_program_top();
 }
@@ -132,6 +113,7 @@ static bool read_line(bool tty, const char *prompt, std::string &line) {
 }
 
 int cmd_repl() {
+  located_init();
   boot_globals();
   bool tty = isatty(0);
   const char *home = getenv("HOME");
