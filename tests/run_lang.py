@@ -12,8 +12,9 @@ Directives, each on a comment line of the entry file:
   # stdin: TEXT         one line of standard input
   # timeout: SECONDS    default 60
   # program: orvex      run the orvex program built beside orvex-min instead
-  # stdout: WHERE       "full" (/dev/full), "closed" (no descriptor 1), or "first-line" (a reader
-                        that keeps one line, then closes the pipe; standard output then holds that line)
+  # stdout: WHERE       "full" (/dev/full), "closed" (no descriptor 1), "first-line" (a reader
+                        that keeps one line, then closes the pipe; standard output then holds that
+                        line), or "with-stderr" (one pipe for both: "# expect:" sees them in order)
   # vlimit: KB          cap the program's address space (ulimit -v)
   # run: WORDS          a further run of the same file with WORDS as its arguments: it keeps the
                         setup above its first "run" line, and the expectations after it are its own
@@ -119,8 +120,11 @@ def execute(argv, folder, env, stdin, spec):
             return proc
         limit = spec["vlimit"]
         cap = (lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))) if limit else None
-        return subprocess.run(argv, cwd=folder, env=env, input=stdin, capture_output=True,
+        proc = subprocess.run(argv, cwd=folder, env=env, input=stdin, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT if where == "with-stderr" else subprocess.PIPE,
                               timeout=spec["timeout"], preexec_fn=cap)
+        proc.stderr = proc.stderr or b""
+        return proc
     except subprocess.TimeoutExpired:
         return None
 
