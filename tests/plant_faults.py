@@ -1,15 +1,11 @@
 #!/usr/bin/env python3
 """Plants typical mistakes in a copy of the interpreter, one at a time, and
-tells which the language suite catches.
+tells which the language cases catch: tests/plant_faults.py [NAME ...]
 
-  tests/plant_faults.py [NAME ...]     every fault, or only those named
-
-The copy lives in $PLANT_DIR (default /tmp/orvex-plant): the tree is synced
-into it, configured once as a release build, and orvex-min is rebuilt
-incrementally for each fault. $JOBS cases run at once (default 2); a fault is
-caught at the first case that fails, and the case that caught it last time
-is run first. Runs of the orvex program are skipped (only orvex-min is
-built). Exit status 0 when every fault is caught.
+The copy in $PLANT_DIR (default /tmp/orvex-plant) is synced from the tree and
+rebuilt incrementally (orvex-min only, so runs of orvex are skipped). $JOBS
+cases run at once (default 2); the first failing case catches the fault, and
+the case that caught it last time runs first. Status 0 when all are caught.
 """
 import concurrent.futures
 import glob
@@ -72,7 +68,7 @@ SYNCED = ["CMakeLists.txt", "seed", "tests", "examples"]
 
 
 def sync():
-    """Copies what differs, with a fresh time, so an incremental build sees it; drops what is gone."""
+    """Copies what differs (with a fresh time, for make) and drops what is gone."""
     wanted = set()
     for top in SYNCED:
         src = os.path.join(ROOT, top)
@@ -103,13 +99,8 @@ def build():
 
 def cases():
     lang = os.path.join(SRC, "tests", "lang")
-    out = []
-    for p in sorted(glob.glob(os.path.join(lang, "**", "*.orv"), recursive=True)):
-        rel = os.path.relpath(p, lang)
-        if rel.count(os.sep) > 1 and os.path.basename(p) != "main.orv":
-            continue
-        out.append(p)
-    return out
+    return [p for p in glob.glob(os.path.join(lang, "**", "*.orv"), recursive=True)
+            if os.path.relpath(p, lang).count(os.sep) == 1 or os.path.basename(p) == "main.orv"]
 
 
 def run_suite(first):
