@@ -12,53 +12,113 @@ import glob
 import io
 import json
 import os
-import shutil
 import subprocess
 import sys
 import threading
 import time
 
-# (name, file under seed/, text as written, text with the mistake). Each
-# text occurs once in its file; a fault whose text has gone is reported as
-# stale, to be rewritten for the code as it now is.
-FAULTS = [
-    ("le-as-lt", "eval/eval_node.cpp", "case 'l': return x <= y;", "case 'l': return x < y;"),
-    ("plus-binds-tight", "frontend/parse_expr.cpp", "case '+': case '-': return 4;", "case '+': case '-': return 5;"),
-    ("index-past-end", "eval/eval_node.cpp", "if (i < 0 || i >= len) return g_nil;", "if (i < 0 || i > len) return g_nil;"),
-    ("but-keeps-last", "builtins/list_math_builtins.cpp", "i < xs->lst->len - 1;", "i < xs->lst->len;"),
-    ("has-reads-past-length", "builtins/text_builtins.cpp", "strstr(text_cstr(args[0]), text_cstr(args[1]))",
-     "strstr(args[0]->s, text_cstr(args[1]))"),
-    ("sub-start-unclamped", "builtins/text_builtins.cpp", "  if (a < 0) a = 0;\n", ""),
-    ("rev-without-guard", "builtins/list_math_builtins.cpp",
-     "  if (!is_list(xs)) return r;\n  for (int i = xs->lst->len - 1;", "  for (int i = xs->lst->len - 1;"),
-    ("read-keeps-ownership", "eval/eval_node.cpp", "static Val *id_value(Node *n, Env *env) { return given_away(eval_id(n, env)); }",
-     "static Val *id_value(Node *n, Env *env) { return eval_id(n, env); }"),
-    ("module-copy-keeps-ownership", "driver/modules.cpp", "env_bind(to, from->keys[i], given_away(from->vals[i]));",
-     "env_bind(to, from->keys[i], from->vals[i]);"),
-    ("lent-owned-though-captured", "eval/calls.cpp", "args[i]->len = captured ? 0 : lent_prev[i];",
-     "args[i]->len = lent_prev[i];"),
-    ("release-recycles-lent", "runtime/runtime.h", "if (v->type == V_NUM && v->len == NUM_OWNED) num_recycle(v);",
-     "if (v->type == V_NUM && v->len) num_recycle(v);"),
-    ("store-ignores-owner", "eval/eval_node.cpp", "if ((*slot)->type == V_NUM && (*slot)->len == NUM_OWNED) {",
-     "if ((*slot)->type == V_NUM) {"),
-    ("closure-not-captured", "eval/eval_node.cpp", "  v->fn = f;\n  env->captured = 1;\n", "  v->fn = f;\n"),
-    ("field-key-unchecked", "runtime/runtime.h", "s < (uint32_t)o->len && o->keys[s] == sym", "s < (uint32_t)o->len"),
-    ("slot-past-scope-length", "eval/eval_node.cpp", "n->cache_depth == 0 && slot < (uint32_t)env->len && env->keys[slot] == n->id",
-     "n->cache_depth == 0 && env->keys[slot] == n->id"),
-    ("outer-slot-despite-local", "eval/eval_node.cpp", "if (p && !(env->names & name_bit(n->id)) && slot",
-     "if (p && slot"),
-    ("remembered-scope-unchecked", "runtime/env.cpp", "if ((s->names & bit) && env_find(s, sym) >= 0) goto search;", "continue;"),
-    ("call-scope-mask-empty", "eval/calls.cpp", "    scope->names = f->param_names;", ""),
-    ("error-before-output", "runtime/errors.cpp", "  out_flush();\n  fprintf(stderr, \"error: %s\\n\", msg);",
-     "  fprintf(stderr, \"error: %s\\n\", msg);"),
-    ("small-stack-unlimited", "driver/stack.cpp", "  set_stack_limit(size);\n  orvex_exit(entry(argc, argv));",
-     "  orvex_exit(entry(argc, argv));"),
-    ("try-depth-kept", "builtins/core_builtins.cpp", "  } catch (OrvexError &e) {\n    g_try_depth--;", "  } catch (OrvexError &e) {"),
-    ("cycle-by-text-only", "driver/modules.cpp", "if (same_file || strcmp(f.path, path) == 0)", "if (strcmp(f.path, path) == 0)"),
-    ("append-over-longer-text", "runtime/value.cpp", "  if (h->used != len) return nullptr;  // other bytes follow a's already\n", ""),
-    ("negative-zero-lost", "eval/eval_node.cpp", "      return r == 0 ? std::copysign(0.0, x) : (double)r;", "      return (double)r;"),
-    ("exit-status-unsaturated", "builtins/host_builtins.cpp", "num_to_i32(args[0]->n) : 0);", "(int)args[0]->n : 0);"),
-]
+# Each fault: "NAME FILE" (FILE under seed/), then its text as written ("-"
+# lines) and as mistaken ("+" lines); the text occurs once in its file. A
+# fault whose text has gone is reported as stale, to be written anew.
+FAULT_LIST = r"""
+le-as-lt eval/eval_node.cpp
+-case 'l': return x <= y;
++case 'l': return x < y;
+plus-binds-tight frontend/parse_expr.cpp
+-case '+': case '-': return 4;
++case '+': case '-': return 5;
+index-past-end eval/eval_node.cpp
+-if (i < 0 || i >= len) return g_nil;
++if (i < 0 || i > len) return g_nil;
+but-keeps-last builtins/list_math_builtins.cpp
+-i < xs->lst->len - 1;
++i < xs->lst->len;
+has-reads-past-length builtins/text_builtins.cpp
+-strstr(text_cstr(args[0]), text_cstr(args[1]))
++strstr(args[0]->s, text_cstr(args[1]))
+sub-start-unclamped builtins/text_builtins.cpp
+-  if (a < 0) a = 0;
+-  int32_t b = s->len;
++  int32_t b = s->len;
+rev-without-guard builtins/list_math_builtins.cpp
+-  if (!is_list(xs)) return r;
+-  for (int i = xs->lst->len - 1;
++  for (int i = xs->lst->len - 1;
+read-keeps-ownership eval/eval_node.cpp
+-static Val *id_value(Node *n, Env *env) { return given_away(eval_id(n, env)); }
++static Val *id_value(Node *n, Env *env) { return eval_id(n, env); }
+module-copy-keeps-ownership driver/modules.cpp
+-env_bind(to, from->keys[i], given_away(from->vals[i]));
++env_bind(to, from->keys[i], from->vals[i]);
+lent-owned-though-captured eval/calls.cpp
+-args[i]->len = captured ? 0 : lent_prev[i];
++args[i]->len = lent_prev[i];
+release-recycles-lent runtime/runtime.h
+-if (v->type == V_NUM && v->len == NUM_OWNED) num_recycle(v);
++if (v->type == V_NUM && v->len) num_recycle(v);
+store-ignores-owner eval/eval_node.cpp
+-if ((*slot)->type == V_NUM && (*slot)->len == NUM_OWNED) {
++if ((*slot)->type == V_NUM) {
+closure-not-captured eval/eval_node.cpp
+-  v->fn = f;
+-  env->captured = 1;
+-  return v;
++  v->fn = f;
++  return v;
+field-key-unchecked runtime/runtime.h
+-s < (uint32_t)o->len && o->keys[s] == sym
++s < (uint32_t)o->len
+slot-past-scope-length eval/eval_node.cpp
+-n->cache_depth == 0 && slot < (uint32_t)env->len && env->keys[slot] == n->id
++n->cache_depth == 0 && env->keys[slot] == n->id
+outer-slot-despite-local eval/eval_node.cpp
+-if (p && !(env->names & name_bit(n->id)) && slot
++if (p && slot
+remembered-scope-unchecked runtime/env.cpp
+-if ((s->names & bit) && env_find(s, sym) >= 0) goto search;
++continue;
+call-scope-mask-zero eval/calls.cpp
+-    scope->names = f->param_names;
++    scope->names = 0;
+error-before-output runtime/errors.cpp
+-  out_flush();
+-  fprintf(stderr, "error: %s\n", msg);
++  fprintf(stderr, "error: %s\n", msg);
+small-stack-unlimited driver/stack.cpp
+-  set_stack_limit(size);
+-  orvex_exit(entry(argc, argv));
++  orvex_exit(entry(argc, argv));
+try-depth-kept builtins/core_builtins.cpp
+-  } catch (OrvexError &e) {
+-    g_try_depth--;
++  } catch (OrvexError &e) {
+cycle-by-text-only driver/modules.cpp
+-if (same_file || strcmp(f.path, path) == 0)
++if (strcmp(f.path, path) == 0)
+append-over-longer-text runtime/value.cpp
+-  if (h->used != len) return nullptr;  // other bytes follow a's already
+-  if (h->cap - len >= n) {
++  if (h->cap - len >= n) {
+negative-zero-lost eval/eval_node.cpp
+-      return r == 0 ? std::copysign(0.0, x) : (double)r;
++      return (double)r;
+exit-status-unsaturated builtins/host_builtins.cpp
+-num_to_i32(args[0]->n) : 0);
++(int)args[0]->n : 0);
+"""
+
+
+def faults():
+    out = []
+    for line in FAULT_LIST.strip("\n").split("\n"):
+        if line[0] in "-+":
+            out[-1][2 if line[0] == "-" else 3].append(line[1:])
+        else:
+            out.append(line.split() + [[], []])
+    return [(name, path, "\n".join(old), "\n".join(new)) for name, path, old, new in out]
+
+
+FAULTS = faults()
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 WORK = os.environ.get("PLANT_DIR", "/tmp/orvex-plant")
