@@ -1,0 +1,239 @@
+#!/usr/bin/env python3
+"""Plants typical mistakes in a copy of the interpreter, one at a time, and
+tells which the language cases catch: tests/plant_faults.py [NAME ...]
+
+The copy in $PLANT_DIR (default /tmp/orvex-plant) is synced from the tree and
+rebuilt incrementally (orvex-min only, so runs of orvex are skipped). $JOBS
+cases run at once (default 2); the first failing case catches the fault, and
+the case that caught it last time runs first. Status 0 when all are caught.
+"""
+import concurrent.futures
+import glob
+import io
+import json
+import os
+import subprocess
+import sys
+import threading
+import time
+
+# Each fault: "NAME FILE" (FILE under seed/), then its text as written ("-"
+# lines) and as mistaken ("+" lines); the text occurs once in its file. A
+# fault whose text has gone is reported as stale, to be written anew.
+FAULT_LIST = r"""
+le-as-lt eval/eval_node.cpp
+-case 'l': return x <= y;
++case 'l': return x < y;
+plus-binds-tight frontend/parse_expr.cpp
+-case '+': case '-': return 4;
++case '+': case '-': return 5;
+index-past-end eval/eval_node.cpp
+-if (i < 0 || i >= len) return g_nil;
++if (i < 0 || i > len) return g_nil;
+but-keeps-last builtins/list_math_builtins.cpp
+-i < xs->lst->len - 1;
++i < xs->lst->len;
+has-reads-past-length builtins/text_builtins.cpp
+-strstr(text_cstr(args[0]), text_cstr(args[1]))
++strstr(args[0]->s, text_cstr(args[1]))
+sub-start-unclamped builtins/text_builtins.cpp
+-  if (a < 0) a = 0;
+-  int32_t b = s->len;
++  int32_t b = s->len;
+rev-without-guard builtins/list_math_builtins.cpp
+-  if (!is_list(xs)) return r;
+-  for (int i = xs->lst->len - 1;
++  for (int i = xs->lst->len - 1;
+read-keeps-ownership eval/eval_node.cpp
+-static Val *id_value(Node *n, Env *env) { return given_away(eval_id(n, env)); }
++static Val *id_value(Node *n, Env *env) { return eval_id(n, env); }
+module-copy-keeps-ownership driver/modules.cpp
+-env_bind(to, from->keys[i], given_away(from->vals[i]));
++env_bind(to, from->keys[i], from->vals[i]);
+lent-owned-though-captured eval/calls.cpp
+-args[i]->len = captured ? 0 : lent_prev[i];
++args[i]->len = lent_prev[i];
+release-recycles-lent runtime/runtime.h
+-if (v->type == V_NUM && v->len == NUM_OWNED) num_recycle(v);
++if (v->type == V_NUM && v->len) num_recycle(v);
+store-ignores-owner eval/eval_node.cpp
+-if ((*slot)->type == V_NUM && (*slot)->len == NUM_OWNED) {
++if ((*slot)->type == V_NUM) {
+closure-not-captured eval/eval_node.cpp
+-  v->fn = f;
+-  env->captured = 1;
+-  return v;
++  v->fn = f;
++  return v;
+field-key-unchecked runtime/runtime.h
+-s < (uint32_t)o->len && o->keys[s] == sym
++s < (uint32_t)o->len
+slot-past-scope-length eval/eval_node.cpp
+-n->cache_depth == 0 && slot < (uint32_t)env->len && env->keys[slot] == n->id
++n->cache_depth == 0 && env->keys[slot] == n->id
+outer-slot-despite-local eval/eval_node.cpp
+-if (p && !(env->names & name_bit(n->id)) && slot
++if (p && slot
+remembered-scope-unchecked runtime/env.cpp
+-if ((s->names & bit) && env_find(s, sym) >= 0) goto search;
++continue;
+call-scope-mask-zero eval/calls.cpp
+-    scope->names = f->param_names;
++    scope->names = 0;
+error-before-output runtime/errors.cpp
+-  out_flush();
+-  fprintf(stderr, "error: %s\n", msg);
++  fprintf(stderr, "error: %s\n", msg);
+small-stack-unlimited driver/stack.cpp
+-  set_stack_limit(size);
+-  orvex_exit(entry(argc, argv));
++  orvex_exit(entry(argc, argv));
+try-depth-kept builtins/core_builtins.cpp
+-  } catch (OrvexError &e) {
+-    g_try_depth--;
++  } catch (OrvexError &e) {
+cycle-by-text-only driver/modules.cpp
+-if (same_file || strcmp(f.path, path) == 0)
++if (strcmp(f.path, path) == 0)
+append-over-longer-text runtime/value.cpp
+-  if (h->used != len) return nullptr;  // other bytes follow a's already
+-  if (h->cap - len >= n) {
++  if (h->cap - len >= n) {
+negative-zero-lost eval/eval_node.cpp
+-      return r == 0 ? std::copysign(0.0, x) : (double)r;
++      return (double)r;
+exit-status-unsaturated builtins/host_builtins.cpp
+-num_to_i32(args[0]->n) : 0);
++(int)args[0]->n : 0);
+"""
+
+
+def faults():
+    out = []
+    for line in FAULT_LIST.strip("\n").split("\n"):
+        if line[0] in "-+":
+            out[-1][2 if line[0] == "-" else 3].append(line[1:])
+        else:
+            out.append(line.split() + [[], []])
+    return [(name, path, "\n".join(old), "\n".join(new)) for name, path, old, new in out]
+
+
+FAULTS = faults()
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+WORK = os.environ.get("PLANT_DIR", "/tmp/orvex-plant")
+SRC, BUILD = os.path.join(WORK, "src"), os.path.join(WORK, "build")
+JOBS = int(os.environ.get("JOBS", "2"))
+SYNCED = ["CMakeLists.txt", "seed", "tests", "examples"]
+
+
+def sync():
+    """Copies what differs (with a fresh time, for make) and drops what is gone."""
+    wanted = set()
+    for top in SYNCED:
+        src = os.path.join(ROOT, top)
+        paths = [src] if os.path.isfile(src) else [os.path.join(d, f) for d, _, fs in os.walk(src) for f in fs]
+        for p in paths:
+            rel = os.path.relpath(p, ROOT)
+            wanted.add(rel)
+            dst = os.path.join(SRC, rel)
+            with open(p, "rb") as f:
+                data = f.read()
+            if not os.path.exists(dst) or open(dst, "rb").read() != data:
+                os.makedirs(os.path.dirname(dst), exist_ok=True)
+                with open(dst, "wb") as f:
+                    f.write(data)
+    for d, _, fs in os.walk(SRC):
+        for f in fs:
+            if os.path.relpath(os.path.join(d, f), SRC) not in wanted:
+                os.remove(os.path.join(d, f))
+
+
+def build():
+    if not os.path.exists(os.path.join(BUILD, "CMakeCache.txt")):
+        subprocess.run(["cmake", "-S", SRC, "-B", BUILD, "-DCMAKE_BUILD_TYPE=Release"],
+                       check=True, stdout=subprocess.DEVNULL)
+    return subprocess.run(["cmake", "--build", BUILD, "--target", "orvex-min", "-j", str(JOBS)],
+                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
+
+
+def cases():
+    lang = os.path.join(SRC, "tests", "lang")
+    return [p for p in glob.glob(os.path.join(lang, "**", "*.orv"), recursive=True)
+            if os.path.relpath(p, lang).count(os.sep) == 1 or os.path.basename(p) == "main.orv"]
+
+
+def run_suite(first):
+    """The first failing case (by name), or None when every case passes."""
+    sys.path.insert(0, os.path.join(SRC, "tests"))
+    import run_lang
+    binary = os.path.join(BUILD, "orvex-min")
+    order = sorted(cases(), key=lambda c: (c != first, "limits" in c, c))
+    failed, stop = [], threading.Event()
+
+    def one(case):
+        if stop.is_set():
+            return
+        for spec in run_lang.parse(case):
+            if not spec["program"] and not run_lang.check(binary, case, spec):
+                failed.append(case)
+                stop.set()
+                return
+
+    quiet, sys.stdout = sys.stdout, io.StringIO()  # the runner's diffs
+    try:
+        with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
+            list(pool.map(one, order))
+    finally:
+        sys.stdout = quiet
+    return failed[0] if failed else None
+
+
+def plant(fault):
+    """'caught', 'missed', 'stale' or 'no build', and the catching case."""
+    name, rel, old, new = fault
+    path = os.path.join(SRC, "seed", rel)
+    with open(path) as f:
+        text = f.read()
+    if text.count(old) != 1:
+        return "stale", ""
+    try:
+        with open(path, "w") as f:
+            f.write(text.replace(old, new))
+        if not build():
+            return "no build", ""
+        case = run_suite(CAUGHT.get(name))
+    finally:
+        with open(path, "w") as f:
+            f.write(text)
+    if case:
+        CAUGHT[name] = case
+        return "caught", os.path.relpath(case, os.path.join(SRC, "tests", "lang"))
+    return "missed", ""
+
+
+def main():
+    global CAUGHT
+    os.makedirs(WORK, exist_ok=True)
+    memo = os.path.join(WORK, "caught.json")
+    CAUGHT = json.load(open(memo)) if os.path.exists(memo) else {}
+    chosen = [f for f in FAULTS if len(sys.argv) < 2 or f[0] in sys.argv[1:]]
+    sync()
+    if not build() or run_suite(None):
+        print("the unchanged tree does not build or pass its language cases")
+        return 2
+    print(f"{'fault':28} {'file':32} {'result':8} caught by")
+    missed = 0
+    for fault in chosen:
+        t0 = time.time()
+        result, case = plant(fault)
+        missed += result != "caught"
+        print(f"{fault[0]:28} {fault[1]:32} {result:8} {case} ({time.time() - t0:.0f} s)", flush=True)
+        with open(memo, "w") as f:
+            json.dump(CAUGHT, f)
+    print(f"{len(chosen) - missed} of {len(chosen)} caught")
+    return 1 if missed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
