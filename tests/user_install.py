@@ -29,6 +29,8 @@ def command_line(orvex):
         p = run([orvex] + args)
         check(p.returncode == 2 and p.stdout == "" and p.stderr.startswith("orvex: "),
               f"usage error {args}: status {p.returncode}, stderr {p.stderr!r}")
+    p = run([orvex, "run", "no-such-file.orv"])
+    check(p.returncode == 1 and p.stderr == "orvex: cannot open no-such-file.orv\n", f"missing file: {p.stderr!r}")
     p = run([orvex, "--help"])
     check(p.returncode == 0 and all(c in p.stdout for c in ("run", "repl", "help")), "--help lists the commands")
     p = run([orvex, "--version"])
