@@ -8,6 +8,8 @@
 #include "runtime.h"
 
 #ifdef ORVEX_GC
+#include <sys/mman.h>
+
 #define GC_THREADS
 #include <gc/gc.h>
 #include <gc/gc_inline.h>
@@ -125,6 +127,24 @@ static void drop_pools() {
   env_pool_reset();
 }
 
+// The collector's heap sections come from mmap (its calls are linked to
+// this wrapper): a section of several megabytes is placed on a 2 MB
+// boundary and asked for huge pages, so touching it faults once per 2 MB,
+// not once per page.
+extern "C" void *__real_mmap(void *addr, size_t len, int prot, int flags, int fd, off_t off);
+extern "C" void *__wrap_mmap(void *addr, size_t len, int prot, int flags, int fd, off_t off) {
+  const size_t huge = (size_t)2 << 20;
+  if (!(flags & MAP_ANONYMOUS) || (flags & MAP_FIXED) || len < 2 * huge || !(prot & PROT_WRITE))
+    return __real_mmap(addr, len, prot, flags, fd, off);
+  char *p = (char *)__real_mmap(nullptr, len + huge, prot, flags, fd, off);
+  if (p == (char *)MAP_FAILED) return p;
+  char *start = (char *)(((uintptr_t)p + huge - 1) & ~(uintptr_t)(huge - 1));
+  if (start > p) munmap(p, (size_t)(start - p));
+  munmap(start + len, (size_t)(p + huge - start));
+  madvise(start, len, MADV_HUGEPAGE);
+  return start;
+}
+
 static const size_t INITIAL_HEAP = (size_t)4 << 20;
 
 void gc_init() {
@@ -133,6 +153,7 @@ void gc_init() {
   // stack may hold any interior pointer: the collector honours those.
   GC_set_all_interior_pointers(0);
   GC_set_warn_proc(GC_ignore_warn_proc);
+  GC_set_dont_precollect(1);  // nothing to collect before the first value
   GC_set_markers_count(1);  // heaps here are small: helper threads cost more than they mark
   GC_INIT();
   GC_register_displacement(sizeof(TextHead));

@@ -3,7 +3,9 @@
 
 #include "runtime.h"
 
-static inline uint32_t ptr_hash(const char *p) { return (uint32_t)((uintptr_t)p >> 3) * 2654435761u; }
+// Fibonacci hashing: the high half of the product, since the low bits of
+// name addresses (16-byte aligned, plus one) hardly vary.
+static inline uint32_t ptr_hash(const char *p) { return (uint32_t)(((uint64_t)(uintptr_t)p * 0x9E3779B97F4A7C15ull) >> 32); }
 
 static void index_put(const char *const *keys, KeyIndex *ix, int pos) {
   uint32_t mask = (uint32_t)ix->cap - 1;
