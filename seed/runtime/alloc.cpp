@@ -43,6 +43,12 @@ void *xrealloc(void *p, size_t n) {
 
 void xfree(void *p) { free(p); }
 
+void *xcalloc(size_t n) {
+  void *p = calloc(n ? n : 1, 1);
+  if (!p) out_of_memory();
+  return p;
+}
+
 void runtime_reset() {}
 #else
 // Fuzzing builds keep every block on one list so that a run can be thrown
@@ -96,6 +102,8 @@ void xfree(void *p) {
   if (p) free(block_unlink(p));
 }
 
+void *xcalloc(size_t n) { return memset(xmalloc(n), 0, n); }
+
 static void arena_reset();
 static void intern_reset();
 void render_reset();
@@ -127,22 +135,45 @@ static void drop_pools() {
   env_pool_reset();
 }
 
-// The collector's heap sections come from mmap (its calls are linked to
-// this wrapper): a section of several megabytes is placed on a 2 MB
-// boundary and asked for huge pages, so touching it faults once per 2 MB,
-// not once per page.
+// Large blocks on huge pages: placed on a 2 MB boundary, rounded up to
+// whole 2 MB pages and advised, so that touching one faults once per 2 MB
+// rather than once per 4 KB page (faults are dear on virtual machines).
+// The memory comes zeroed.
+static const size_t HUGE_PAGE = (size_t)2 << 20, HUGE_MIN = HUGE_PAGE / 2;
+static size_t huge_room(size_t len) { return (len + HUGE_PAGE - 1) & ~(HUGE_PAGE - 1); }
+
 extern "C" void *__real_mmap(void *addr, size_t len, int prot, int flags, int fd, off_t off);
-extern "C" void *__wrap_mmap(void *addr, size_t len, int prot, int flags, int fd, off_t off) {
-  const size_t huge = (size_t)2 << 20;
-  if (!(flags & MAP_ANONYMOUS) || (flags & MAP_FIXED) || len < 2 * huge || !(prot & PROT_WRITE))
-    return __real_mmap(addr, len, prot, flags, fd, off);
-  char *p = (char *)__real_mmap(nullptr, len + huge, prot, flags, fd, off);
+
+static void *map_huge(size_t len, int prot, int flags) {
+  size_t room = huge_room(len);
+  char *p = (char *)__real_mmap(nullptr, room + HUGE_PAGE, prot, flags, -1, 0);
   if (p == (char *)MAP_FAILED) return p;
-  char *start = (char *)(((uintptr_t)p + huge - 1) & ~(uintptr_t)(huge - 1));
+  char *start = (char *)(((uintptr_t)p + HUGE_PAGE - 1) & ~(uintptr_t)(HUGE_PAGE - 1));
   if (start > p) munmap(p, (size_t)(start - p));
-  munmap(start + len, (size_t)(p + huge - start));
-  madvise(start, len, MADV_HUGEPAGE);
+  munmap(start + room, (size_t)(p + HUGE_PAGE - start));
+  madvise(start, room, MADV_HUGEPAGE);
   return start;
+}
+
+// The collector's heap sections come from mmap, and its calls are linked
+// to this wrapper: sections of a megabyte or more go on huge pages (the
+// collector uses just the length it asked for).
+extern "C" void *__wrap_mmap(void *addr, size_t len, int prot, int flags, int fd, off_t off) {
+  if (!(flags & MAP_ANONYMOUS) || (flags & MAP_FIXED) || len < HUGE_MIN || !(prot & PROT_WRITE))
+    return __real_mmap(addr, len, prot, flags, fd, off);
+  return map_huge(len, prot, flags);
+}
+
+void *table_new(size_t n) {
+  if (n < HUGE_MIN) return xcalloc(n);
+  void *p = map_huge(n, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS);
+  if (p == MAP_FAILED) out_of_memory();
+  return p;
+}
+
+void table_free(void *p, size_t n) {
+  if (n < HUGE_MIN) xfree(p);
+  else if (p) munmap(p, huge_room(n));
 }
 
 static const size_t INITIAL_HEAP = (size_t)4 << 20;
@@ -221,6 +252,9 @@ void *gc_alloc(size_t n) {
 void *gc_atomic(size_t n) { return xmalloc(n); }
 
 void gc_free(void *p) { xfree(p); }
+
+void *table_new(size_t n) { return xcalloc(n); }
+void table_free(void *p, size_t) { xfree(p); }
 #endif
 
 void *xgrow(void *p, size_t used, size_t cap, size_t size, bool heap, bool atomic) {
@@ -292,15 +326,14 @@ static uint32_t hash_bytes(const char *s, size_t len) {
 
 static void intern_grow() {
   size_t ncap = g_names_cap ? g_names_cap * 2 : 1024;
-  InternSlot *ns = (InternSlot *)xmalloc(ncap * sizeof(InternSlot));
-  memset(ns, 0, ncap * sizeof(InternSlot));
+  InternSlot *ns = (InternSlot *)table_new(ncap * sizeof(InternSlot));
   for (size_t i = 0; i < g_names_cap; i++) {
     if (!g_names[i].s) continue;
     size_t j = g_names[i].hash & (ncap - 1);
     while (ns[j].s) j = (j + 1) & (ncap - 1);
     ns[j] = g_names[i];
   }
-  xfree(g_names);
+  table_free(g_names, g_names_cap * sizeof(InternSlot));
   g_names = ns;
   g_names_cap = ncap;
 }

@@ -30,6 +30,11 @@ void *xgrow(void *p, size_t used, size_t cap, size_t size, bool heap, bool atomi
 void *xmalloc(size_t n);
 void *xrealloc(void *p, size_t n);
 void xfree(void *p);
+void *xcalloc(size_t n);  // zeroed
+// A zeroed table of n bytes that holds no values (large ones on huge pages),
+// and its release (n as given).
+void *table_new(size_t n);
+void table_free(void *p, size_t n);
 char *xstrdup(const char *s);
 char *xstrndup(const char *s, size_t n);
 // Memory that lives until exit and is never scanned: syntax trees and
