@@ -1,12 +1,13 @@
 // Builtins: the dispatcher that maps a callee name and argument count to a
 // native routine, and the families behind it.
 #pragma once
-#include "../runtime/runtime.h"
+#if defined(ORVEX_LAYER) && ORVEX_LAYER < 4
+#error "builtins.h is above this layer"
+#endif
+#include "../eval/eval.h"
 
 // The routine for this name and count, or null when no builtin accepts them.
 fnptr builtin_lookup(const char *name, int nargs);
-// Runs the builtin or answers null (then the caller looks at user bindings).
-Val *call_builtin(const char *name, Val **args, int nargs, Env *env);
 
 // A family registers its rows here, in order of the dispatcher's table.
 // Count condition: nargs between min_args and max_args (-1: no upper bound).
@@ -45,16 +46,11 @@ const BuiltinDoc *builtin_doc(const char *name);
 void doc_name(const BuiltinDoc *d, char *out, size_t sz);
 Val *builtin_nil(Val **args, int nargs);
 
-// A math builtin as a function on doubles (one of f1, f2 is set), for
-// evaluating it on unboxed operands; null for any other routine.
-struct MathOp {
-  fnptr fn;
-  double (*f1)(double);
-  double (*f2)(double, double);
-};
+// The routine's form on doubles (see MathOp); null for any routine but a math builtin.
 const MathOp *math_op(fnptr f);
 
-// Helpers shared by the families.
-inline Val *arg(Val **args, int nargs, int i) { return i < nargs ? args[i] : g_nil; }
-inline bool is_kind(Val *v, VType t) { return v->type == t; }
 Val *builtin_try(Val **args, int nargs);
+// Set by a driver: runs the compile pipeline under lib_root (the prcom builtin).
+extern void (*g_prcom_hook)(const char *lib_root);
+// The run command's argument list (set by the driver), else null.
+extern Val *g_argv_val;

@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "../driver/driver.h"
 #include "../eval/eval.h"
 #include "builtins.h"
 
@@ -118,9 +117,11 @@ Val *builtin_try(Val **args, int nargs) {
   return r;
 }
 
+void (*g_prcom_hook)(const char *lib_root);
+
 static Val *b_prcom(Val **args, int) {
   if (args[0]->type != V_STR) orvex_throw("prcom: expected string lib_root");
-  do_prcom(text_cstr(args[0]));
+  g_prcom_hook(text_cstr(args[0]));
   return g_nil;
 }
 

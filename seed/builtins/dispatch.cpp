@@ -22,9 +22,9 @@ static void rows_init() {
   builtin_each([](const BuiltinRow *r, void *) { g_rows->emplace(r->name, r); }, nullptr);
 }
 
-// In the sandbox, host builtins that touch files, the environment, standard
+// In inert host mode, host builtins that touch files, the environment, standard
 // input, the clock's sleep or the exit status answer nil instead.
-static bool sandbox_inert(const BuiltinRow *r) {
+static bool inert_row(const BuiltinRow *r) {
   static const char *const harmless[] = {"__sys_write_stdout", "__sys_args", "__sys_getpid",
                                          "__sys_time_ms", "__sys_getcwd", nullptr};
   bool host = false;
@@ -43,16 +43,11 @@ fnptr builtin_lookup(const char *name, int nargs) {
     const BuiltinRow *r = it->second;
     bool fits = nargs >= r->min_args && (r->max_args < 0 || nargs <= r->max_args);
     if (!fits) return nullptr;
-    return g_sandbox && sandbox_inert(r) ? builtin_nil : r->fn;
+    return g_host_inert && inert_row(r) ? builtin_nil : r->fn;
   }
   for (const char *const *p = unsupported_prefixes; *p; p++)
     if (strncmp(name, *p, strlen(*p)) == 0) return builtin_nil;
   return nullptr;
-}
-
-Val *call_builtin(const char *name, Val **args, int nargs, Env *) {
-  fnptr f = builtin_lookup(name, nargs);
-  return f ? f(args, nargs) : nullptr;
 }
 
 Val *builtin_nil(Val **, int) { return g_nil; }

@@ -13,8 +13,9 @@
 #include <cstring>
 #include <ctime>
 
-#include "../driver/driver.h"
 #include "builtins.h"
+
+Val *g_argv_val;
 
 static bool is_str(Val *v) { return v->type == V_STR; }
 
@@ -93,7 +94,7 @@ static Val *b_remove(Val **args, int) {
 }
 
 static Val *b_realpath(Val **args, int) {
-  char buf[4096];
+  char buf[PATH_MAX];  // what realpath may write
   if (!is_str(args[0]) || !realpath(text_cstr(args[0]), buf)) return g_nil;
   return val_str(buf);
 }
@@ -107,10 +108,11 @@ static Val *b_write_stdout(Val **args, int) {
   return g_nil;
 }
 
-// One line of at most 4095 bytes; longer lines come back in pieces. Only a
-// final newline is dropped, so a carriage return before it stays.
+// One line of at most LINE_PIECE_MAX bytes; longer lines come back in
+// pieces. Only a final newline is dropped, so a carriage return before it stays.
+static const int LINE_PIECE_MAX = 4095;
 static Val *b_read_line(Val **, int) {
-  char buf[4096];
+  char buf[LINE_PIECE_MAX + 1];
   out_flush();  // a prompt written just before must be visible
   if (!fgets(buf, sizeof buf, stdin)) return val_str_n("", 0);
   size_t n = strlen(buf);
@@ -132,7 +134,7 @@ static Val *b_exit(Val **args, int) {
 }
 
 static Val *b_getcwd(Val **, int) {
-  char buf[4096];
+  char buf[PATH_MAX];
   return val_str(getcwd(buf, sizeof buf) ? buf : "");
 }
 

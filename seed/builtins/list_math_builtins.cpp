@@ -43,30 +43,26 @@ static Val *b_lst(Val **args, int) {
   return r;
 }
 
-// The walks re-read xs's length before each element: f may push onto xs and
-// the new elements are visited too. An error inside f passes straight through.
-static Val *b_map(Val **args, int) {
-  Val *xs = args[0], *f = args[1];
-  Val *r = val_lst();
-  if (!is_list(xs) || f->type != V_FN) return r;
-  for (int i = 0; i < xs->lst->len; i++) {
-    Val *argv[1] = {lst_at(xs, i)};
-    lst_push(r, call_fn(f, argv, 1));
-  }
-  return r;
-}
-
-static Val *b_fil(Val **args, int) {
+// f on every element: trl.map keeps the results, trl.fil the elements whose
+// result is true. The walk re-reads xs's length before each element: f may
+// push onto xs and the new elements are visited too. An error inside f
+// passes straight through.
+static Val *each_element(Val **args, bool filter) {
   Val *xs = args[0], *f = args[1];
   Val *r = val_lst();
   if (!is_list(xs) || f->type != V_FN) return r;
   for (int i = 0; i < xs->lst->len; i++) {
     Val *x = lst_at(xs, i);
     Val *argv[1] = {x};
-    if (val_truthy(call_fn(f, argv, 1))) lst_push(r, x);
+    Val *y = call_fn(f, argv, 1);
+    if (!filter) lst_push(r, y);
+    else if (val_truthy(y)) lst_push(r, x);
   }
   return r;
 }
+
+static Val *b_map(Val **args, int) { return each_element(args, false); }
+static Val *b_fil(Val **args, int) { return each_element(args, true); }
 
 static Val *b_red(Val **args, int) {
   Val *xs = args[0], *acc = args[1], *f = args[2];

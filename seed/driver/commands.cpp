@@ -20,9 +20,7 @@ void boot_globals() {
   markers_init();
   const char *home = getenv("ORVEX_HOME");
   if (home) path_copy(g_orvex_home, home);
-  g_global_env = env_new(nullptr);
-  g_global_env->captured = 1;
-  boot_env(g_global_env);
+  boot_global_scope();
   char root[PATH_MAX_LEN + 1];
   if (g_orvex_home[0]) {
     lib_root(root);

@@ -1,25 +1,34 @@
 // Driver: start-up, running a source text, modules and the compile command.
 #pragma once
-#include "../runtime/runtime.h"
+#if defined(ORVEX_LAYER) && ORVEX_LAYER < 5
+#error "driver.h is above this layer"
+#endif
+#include "../builtins/builtins.h"
 
 extern char g_orvex_home[PATH_MAX_LEN + 1];
 extern Env *g_global_env;
-extern Val *g_argv_val;  // the run command's argument list, else null
-
-// Whole file as a NUL-terminated text the caller frees; null when it cannot
-// be opened or fully read.
-char *read_file(const char *path);
 // Directory part of path into out (size sz): cut at the last "/" (else the
 // last "\\"), "." when there is neither.
 void path_dirname(const char *path, char *out, size_t sz);
 // Parses and runs src_text in env with file_path as the current file.
 void run_source(const char *src_text, const char *file_path, Env *env);
+// The reader's cursor and the current file, kept while another text runs.
+struct TextCursor {
+  const char *src;
+  int pos;
+  char file[PATH_MAX_LEN + 1];
+};
+// Saves the cursor in *saved, makes text (named file) the current source
+// and file, and returns its tree; leave_text puts the saved ones back.
+Node *enter_text(TextCursor *saved, const char *text, const char *file);
+void leave_text(const TextCursor *saved);
 // Loads a module (once per resolved path) and binds its exports.
 void do_use(const char *path_arg, Env *env);
 void resolve_use_path(const char *current_dir, const char *mod_path, char *out, size_t sz);
 // Runs lib_root/backend/compile_pipeline.orv in the global scope.
 void do_prcom(const char *lib_root);
-void boot_env(Env *env);
+// Installs the hooks of the layers below and makes a fresh global scope.
+void boot_global_scope();
 // Start-up shared by the commands: loop markers, the home (ORVEX_HOME when
 // set, else whatever g_orvex_home holds), the global scope and its bindings.
 void boot_globals();

@@ -92,24 +92,14 @@ struct Loading {
 
 static Env *run_module(const char *resolved, const char *text) {
   Loading mark(resolved);
-
-  const char *old_src = g_src;
-  int old_pos = g_pos;
-  char old_file[PATH_MAX_LEN + 1];
-  memcpy(old_file, g_cur_file, sizeof old_file);
-  path_copy(g_cur_file, resolved);
-  g_src = text;
-  g_pos = 0;
-  source_add(text, resolved);
-  Node *prog = parse_program_top();
+  TextCursor saved;
+  Node *prog = enter_text(&saved, text, resolved);
   Env *mod_env = env_new(nullptr);
   mod_env->captured = 1;
   bind_all(g_global_env, mod_env);
   eval_effect(prog, mod_env);
   Env *exports = collect_exports(mod_env);
-  g_src = old_src;
-  g_pos = old_pos;
-  memcpy(g_cur_file, old_file, sizeof old_file);
+  leave_text(&saved);
   return exports;
 }
 

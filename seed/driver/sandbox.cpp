@@ -9,7 +9,7 @@
 #include "sandbox.h"
 
 static void sandbox_begin() {
-  g_sandbox = true;
+  g_host_inert = true;
   runtime_reset();
   source_reset();
   markers_init();
@@ -32,7 +32,7 @@ void sandbox_parse(const char *text) {
   g_pos = 0;
   try {
     parse_program_top();
-  } catch (SandboxStop &) {
+  } catch (HostStop &) {
   }
   g_src = "";
   runtime_reset();
@@ -41,11 +41,9 @@ void sandbox_parse(const char *text) {
 void sandbox_run(const char *text) {
   sandbox_begin();
   try {
-    g_global_env = env_new(nullptr);
-    g_global_env->captured = 1;
-    boot_env(g_global_env);
+    boot_global_scope();
     run_source(text, "fuzz.orv", g_global_env);
-  } catch (SandboxStop &) {
+  } catch (HostStop &) {
   }
   g_src = "";
   g_global_env = nullptr;

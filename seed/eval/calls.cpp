@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "../builtins/builtins.h"
 #include "eval.h"
 
 char *build_dotted(Node *n) {
@@ -31,14 +30,14 @@ static const int ARGS_INLINE = 8;
 static void resolve_site(Node *n) {
   fnptr f = nullptr;
   if (n->call.name) {
-    f = builtin_lookup(n->call.name, n->call.n);
+    f = g_eval_hooks.builtin(n->call.name, n->call.n);
   } else if (n->call.callee && n->call.callee->type == N_DOT) {
     char *dotted = build_dotted(n->call.callee);
-    if (dotted) f = builtin_lookup(dotted, n->call.n);
+    if (dotted) f = g_eval_hooks.builtin(dotted, n->call.n);
     xfree(dotted);
   }
   n->call.builtin = f;
-  n->call.math = f ? math_op(f) : nullptr;
+  n->call.math = f ? g_eval_hooks.math(f) : nullptr;
   for (int i = 0; i < n->call.n && i < 32; i++) {
     Node *a = n->call.args[i];
     if (!f && i < ARGS_INLINE && a && a->type == N_ID) n->call.lend_args |= 1u << i;

@@ -1,5 +1,8 @@
 // Evaluator: walks the syntax tree in a scope and performs calls.
 #pragma once
+#if defined(ORVEX_LAYER) && ORVEX_LAYER < 3
+#error "eval.h is above this layer"
+#endif
 #include "../frontend/frontend.h"
 #include "../runtime/runtime.h"
 
@@ -39,3 +42,20 @@ extern Node *g_fault_node;
 // runs only when an exception passes, so calls cost nothing more.
 extern void (*g_unwind_hook)(Node *site);
 void unwound(Node *site);
+
+// A math builtin as a function on doubles (one of f1, f2 is set), for
+// evaluating it on unboxed operands.
+struct MathOp {
+  fnptr fn;
+  double (*f1)(double);
+  double (*f2)(double, double);
+};
+// What the evaluator asks of the layers above it, installed by a driver
+// before any program runs. The builtin of a call site is asked for once per
+// site, so none of these sits on the path of a repeated evaluation.
+struct EvalHooks {
+  fnptr (*builtin)(const char *name, int nargs);  // the routine for a name and count, or null
+  const MathOp *(*math)(fnptr f);                 // its form on doubles, or null
+  void (*use)(const char *path, Env *env);        // loads a module and binds its exports
+};
+extern EvalHooks g_eval_hooks;

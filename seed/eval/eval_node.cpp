@@ -7,8 +7,6 @@
 #include <emmintrin.h>
 #endif
 
-#include "../builtins/builtins.h"
-#include "../driver/driver.h"
 #include "eval.h"
 
 char g_cur_file[PATH_MAX_LEN + 1];
@@ -49,7 +47,7 @@ Val *eval_name(Node *n, Env *env) { return eval_id(n, env); }
 // iteration counts as one even when its condition and body cost nothing.
 static inline void fuzz_step() {
 #ifdef ORVEX_FUZZ
-  if (--g_steps_left < 0) throw SandboxStop{};
+  if (--g_steps_left < 0) throw HostStop{};
 #endif
 }
 
@@ -763,7 +761,7 @@ static Val *dot_value(Node *n, Env *env) {
 
 static Val *use_value(Node *n, Env *env) {
   try {
-    do_use(n->use.path, env);
+    g_eval_hooks.use(n->use.path, env);
   } catch (...) {
     unwound(n);
     throw;

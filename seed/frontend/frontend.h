@@ -1,5 +1,8 @@
 // Front end: the syntax tree and the one-pass parser over a global cursor.
 #pragma once
+#if defined(ORVEX_LAYER) && ORVEX_LAYER < 2
+#error "frontend.h is above this layer"
+#endif
 #include <cstdint>
 
 struct Val;
@@ -166,6 +169,11 @@ bool is_name_start(int c);
 bool keyword_at(int pos, const char *kw);
 const char *read_name();  // interned run of name characters at the cursor, possibly empty
 void arr_push(void ***arr, int n, void *item);  // grows an array of n items by exactly one
+template <class T>
+inline void arr_add(T **&arr, int n, T *item) { arr_push((void ***)&arr, n, (void *)item); }
+// A function's parameters, cursor after its "(": up to ")" or anything
+// that is no name.
+void read_params(Node *fn);
 Node *node_at(NType t, int at);
 int blanks_end(int p);  // the first position from p that is no blank, tab or carriage return  // a node positioned at g_src[at]
 // A block's reading of one statement: a character no statement starts

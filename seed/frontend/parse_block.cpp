@@ -2,8 +2,6 @@
 #include "../runtime/runtime.h"
 #include "frontend.h"
 
-#define PUSH(arr, n, item) arr_push((void ***)&(arr), (n), (item))
-
 // Indentation of the line that holds position p.
 static int indent_of_line(int p) {
   while (p > 0 && g_src[p - 1] != '\n') p--;
@@ -87,7 +85,7 @@ Node *parse_body(int min_indent) {
     }
     stmt_read(st);
     if (block->block.n == 0) block->pos = st->pos;
-    PUSH(block->block.stmts, block->block.n, st);
+    arr_add(block->block.stmts, block->block.n, st);
     block->block.n++;
   }
   return block;
@@ -148,8 +146,8 @@ Node *parse_if() {
       eat(':');
       skip_ws();
       Node *eb = parse_body_rule();
-      PUSH(n->iff.elifs, n->iff.nelif, ec);
-      PUSH(n->iff.elif_body, n->iff.nelif, eb);
+      arr_add(n->iff.elifs, n->iff.nelif, ec);
+      arr_add(n->iff.elif_body, n->iff.nelif, eb);
       n->iff.nelif++;
       continue;
     }

@@ -1,10 +1,8 @@
-// List, object and function literals.
+// List, object and function literals, and the parameter list of every function.
 #include <cstring>
 
 #include "../runtime/runtime.h"
 #include "frontend.h"
-
-#define PUSH(arr, n, item) arr_push((void ***)&(arr), (n), (item))
 
 // list -> [ { EXPR [,] } ]
 Node *parse_list() {
@@ -15,7 +13,7 @@ Node *parse_list() {
   while (g_src[g_pos] && g_src[g_pos] != ']') {
     Node *item = parse_expr();
     if (!item) break;
-    PUSH(n->lst.items, n->lst.n, item);
+    arr_add(n->lst.items, n->lst.n, item);
     n->lst.n++;
     skip_ws_nl();
     eat(',');
@@ -58,8 +56,8 @@ Node *parse_object() {
     eat(':');
     Node *val = parse_expr();
     if (!val) recovered(REC_NO_VALUE, g_pos, key_at);
-    PUSH(n->obj.keys, n->obj.n, (void *)key);
-    PUSH(n->obj.vals, n->obj.n, val);
+    arr_add(n->obj.keys, n->obj.n, key);
+    arr_add(n->obj.vals, n->obj.n, val);
     n->obj.n++;
     skip_ws_nl();
     eat(',');
@@ -75,16 +73,7 @@ Node *parse_lambda() {
   eat('\\');
   int open = g_pos;
   if (eat('(')) {
-    for (;;) {
-      int c = peek();
-      if (c == 0 || c == ')') break;
-      skip_ws();
-      const char *p = read_name();
-      if (!*p) break;
-      PUSH(n->fn.params, n->fn.nparams, (void *)p);
-      n->fn.nparams++;
-      eat(',');
-    }
+    read_params(n);
     if (!eat(')')) recovered(REC_UNCLOSED, g_pos, open);
   }
   skip_ws();
@@ -93,4 +82,18 @@ Node *parse_lambda() {
   n->fn.body = parse_expr();
   mark_ret_context(n->fn.body);
   return n;
+}
+
+// params -> { PARAM [,] }   (the caller reads the closing ")")
+void read_params(Node *fn) {
+  for (;;) {
+    int c = peek();
+    if (c == 0 || c == ')') return;
+    skip_ws();
+    const char *p = read_name();
+    if (!*p) return;
+    arr_add(fn->fn.params, fn->fn.nparams, p);
+    fn->fn.nparams++;
+    eat(',');
+  }
 }

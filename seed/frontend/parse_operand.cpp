@@ -5,13 +5,14 @@
 #include "../runtime/runtime.h"
 #include "frontend.h"
 
-#define PUSH(arr, n, item) arr_push((void ***)&(arr), (n), (item))
-
 static bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
+// Only the first NUMBER_TEXT_MAX characters of a number are converted; the
+// cursor still passes the whole literal.
+static const int NUMBER_TEXT_MAX = 63;
+
 // NUMBER -> DIGITS [. DIGITS*] [(e|E) [+|-] DIGITS*]
-// No hex: "0x1F" is 0 followed by x1F. Only the first 63 characters are
-// converted; the cursor still passes the whole literal.
+// No hex: "0x1F" is 0 followed by x1F.
 static Node *parse_number() {
   int start = g_pos;
   if (!is_digit(g_src[g_pos])) return nullptr;
@@ -25,9 +26,9 @@ static Node *parse_number() {
     if (g_src[g_pos] == '+' || g_src[g_pos] == '-') g_pos++;
     while (is_digit(g_src[g_pos])) g_pos++;
   }
-  char buf[64];
+  char buf[NUMBER_TEXT_MAX + 1];
   int k = g_pos - start;
-  if (k > 63) k = 63;
+  if (k > NUMBER_TEXT_MAX) k = NUMBER_TEXT_MAX;
   memcpy(buf, g_src + start, (size_t)k);
   buf[k] = 0;
   Node *n = node_at(N_NUM, start);
@@ -102,7 +103,7 @@ static Node *parse_postfix(Node *left) {
       while (g_src[g_pos] && g_src[g_pos] != ')') {
         Node *arg = parse_expr();
         if (!arg) break;
-        PUSH(n->call.args, n->call.n, arg);
+        arr_add(n->call.args, n->call.n, arg);
         n->call.n++;
         skip_ws_nl();
         eat(',');

@@ -4,8 +4,6 @@
 #include "../runtime/runtime.h"
 #include "frontend.h"
 
-#define PUSH(arr, n, item) arr_push((void ***)&(arr), (n), (item))
-
 // program -> { stmt } ; stray characters are skipped one at a time
 Node *parse_program_top() {
   Node *block = node_new(N_BLOCK);
@@ -21,7 +19,7 @@ Node *parse_program_top() {
       continue;
     }
     stmt_read(st);
-    PUSH(block->block.stmts, block->block.n, st);
+    arr_add(block->block.stmts, block->block.n, st);
     block->block.n++;
     skip_ws();
     if (g_src[g_pos] == '\n') g_pos++;
@@ -101,16 +99,7 @@ static int scan_parens(int ps) {
 //   PARAM {[,] PARAM} ) [=] BODY
 static Node *parse_def_rest() {
   Node *fn = node_at(N_FN, g_pos - 1);
-  for (;;) {
-    int c = peek();
-    if (c == ')' || c == 0) break;
-    skip_ws();
-    const char *p = read_name();
-    if (!*p) break;
-    PUSH(fn->fn.params, fn->fn.nparams, (void *)p);
-    fn->fn.nparams++;
-    eat(',');
-  }
+  read_params(fn);
   if (!eat(')')) recovered(REC_UNCLOSED, g_pos, (int)(fn->pos - g_src_base));
   skip_ws();
   if (g_src[g_pos] == '=') g_pos++;

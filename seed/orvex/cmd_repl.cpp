@@ -73,7 +73,7 @@ static void run_input(const char *text) {
     bool show = shows_value(st);
     Val *v = show ? eval_node(st, g_global_env) : eval_effect(st, g_global_env);
     if (is_marker(v)) return;  // brk, cnt or ret end the input, as they end a file
-    if (show && v != g_nil) call_builtin("prn", &v, 1, g_global_env);
+    if (show && v != g_nil) builtin_lookup("prn", 1)(&v, 1);
   }
 }
 

@@ -16,10 +16,10 @@
 #include <gc/gc_mark.h>
 #endif
 
-bool g_sandbox;
+bool g_host_inert;
 
 [[noreturn]] static void out_of_memory() {
-  if (g_sandbox) throw SandboxStop{};
+  if (g_host_inert) throw HostStop{};
   out_flush();
   fputs("out of memory\n", stderr);
   orvex_exit(1);
@@ -354,7 +354,7 @@ const char *intern(const char *s, size_t len) {
   // The byte before each name numbers it: name_bit spreads names made one
   // after another (a function's variables) over distinct bits.
   char *copy = (char *)xarena(len + 2) + 1;
-  copy[-1] = (char)(g_names_len & 63);
+  copy[-1] = (char)(g_names_len % NAME_BITS);
   memcpy(copy, s, len);
   copy[len] = 0;
   g_names[j] = {h, (uint32_t)len, copy};

@@ -49,7 +49,7 @@ void out_flush() {
 }
 
 void out_write(const char *s, size_t n) {
-  if (g_sandbox || g_out_error) return;
+  if (g_host_inert || g_out_error) return;
   if (g_out_len + n > sizeof g_out) {
     out_flush();
     if (n > sizeof g_out) return write_all(s, n);
@@ -59,7 +59,7 @@ void out_write(const char *s, size_t n) {
 }
 
 void orvex_exit(int status) {
-  if (g_sandbox) throw SandboxStop{};
+  if (g_host_inert) throw HostStop{};
   out_flush();
   if (g_out_error) {
     fprintf(stderr, "%s: write error: %s\n", g_prog_name, strerror(g_out_error));
@@ -72,7 +72,7 @@ void orvex_exit(int status) {
 void (*g_fatal_hook)(const char *msg);
 
 void fatal(const char *fmt, ...) {
-  if (g_sandbox) throw SandboxStop{};
+  if (g_host_inert) throw HostStop{};
   va_list ap;
   va_start(ap, fmt);
   char *msg = nullptr;

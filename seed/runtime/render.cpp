@@ -98,6 +98,27 @@ void render_reset() {
   g_open_len = g_open_cap = 0;
 }
 
+// A list's items or an object's fields, comma-separated in brackets or braces.
+static void render_items(StrBuf *b, Val *v) {
+  bool lst = v->type == V_LST;
+  if (!render_open(v)) {
+    sb_add(b, lst ? "[...]" : "{...}", 5);
+    return;
+  }
+  sb_addc(b, lst ? '[' : '{');
+  int len = lst ? v->lst->len : v->obj->len;
+  for (int i = 0; i < len; i++) {
+    if (i) sb_add(b, ", ", 2);
+    if (!lst) {
+      sb_add(b, v->obj->keys[i], strlen(v->obj->keys[i]));
+      sb_add(b, ": ", 2);
+    }
+    render_into(b, lst ? v->lst->items[i] : v->obj->vals[i]);
+  }
+  sb_addc(b, lst ? ']' : '}');
+  g_open_len--;
+}
+
 void render_into(StrBuf *b, Val *v) {
   check_stack();
   if (!v) {
@@ -110,36 +131,8 @@ void render_into(StrBuf *b, Val *v) {
     case V_NUM: render_num(b, v->n); return;
     case V_STR: sb_add(b, v->s, (size_t)v->len); return;
     case V_FN: sb_add(b, "<fn>", 4); return;
-    case V_LST: {
-      if (!render_open(v)) {
-        sb_add(b, "[...]", 5);
-        return;
-      }
-      sb_addc(b, '[');
-      for (int i = 0; i < v->lst->len; i++) {
-        if (i) sb_add(b, ", ", 2);
-        render_into(b, v->lst->items[i]);
-      }
-      sb_addc(b, ']');
-      g_open_len--;
-      return;
-    }
-    case V_OBJ: {
-      if (!render_open(v)) {
-        sb_add(b, "{...}", 5);
-        return;
-      }
-      sb_addc(b, '{');
-      for (int i = 0; i < v->obj->len; i++) {
-        if (i) sb_add(b, ", ", 2);
-        sb_add(b, v->obj->keys[i], strlen(v->obj->keys[i]));
-        sb_add(b, ": ", 2);
-        render_into(b, v->obj->vals[i]);
-      }
-      sb_addc(b, '}');
-      g_open_len--;
-      return;
-    }
+    case V_LST:
+    case V_OBJ: render_items(b, v); return;
     default: sb_addc(b, '?'); return;
   }
 }

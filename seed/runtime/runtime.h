@@ -246,7 +246,9 @@ struct Env {
   const char *inline_keys[ENV_INLINE];
   Val *inline_vals[ENV_INLINE];
 };
-inline uint64_t name_bit(const char *sym) { return (uint64_t)1 << ((const unsigned char *)sym)[-1] % 64; }
+// Names are numbered modulo NAME_BITS in the byte before their text (see intern).
+constexpr int NAME_BITS = 64;
+inline uint64_t name_bit(const char *sym) { return (uint64_t)1 << ((const unsigned char *)sym)[-1] % NAME_BITS; }
 Env *env_new(Env *parent);
 Val *env_get(Env *e, const char *sym);
 void env_set_local(Env *e, const char *sym, Val *val);
@@ -325,13 +327,14 @@ inline void check_stack() {
   if (__builtin_expect(&probe < g_stack_limit, 0)) fatal("orvex-min: recursion too deep (native stack exhausted)");
 }
 
-// ---- sandbox (fuzzing) ------------------------------------------------------
-// With g_sandbox set, host builtins and module files are inert, output is
-// dropped, and every way out of a program (exit, fatal message, exhausted
-// step or memory budget) throws SandboxStop to the harness instead.
-extern bool g_sandbox;
-struct SandboxStop {};
-// Releases every allocation made since the last reset (fuzzing builds only).
+// ---- inert host mode ---------------------------------------------------------
+// With g_host_inert set, output is dropped, no file is read, and every way
+// out of the process (exit, fatal message, exhausted memory) throws HostStop
+// to whoever set it instead. Builds with ORVEX_FUZZ also cap allocation and
+// count evaluation steps against g_steps_left.
+extern bool g_host_inert;
+struct HostStop {};
+// Releases every allocation made since the last reset (ORVEX_FUZZ builds only).
 void runtime_reset();
 #ifdef ORVEX_FUZZ
 extern long g_steps_left;
@@ -339,3 +342,8 @@ extern long g_steps_left;
 
 // ---- limits -------------------------------------------------------------------
 constexpr int PATH_MAX_LEN = 4095;  // paths are cut to this many bytes
+
+// ---- files --------------------------------------------------------------------
+// Whole file as a NUL-terminated text the caller frees (xfree); null when it
+// cannot be opened or fully read, and always in inert host mode.
+char *read_file(const char *path);
