@@ -21,13 +21,13 @@ import time
 # lines) and as mistaken ("+" lines); the text occurs once in its file. A
 # fault whose text has gone is reported as stale, to be written anew.
 FAULT_LIST = r"""
-le-as-lt eval/eval_node.cpp
+le-as-lt eval/eval_internal.h
 -case 'l': return x <= y;
 +case 'l': return x < y;
 plus-binds-tight frontend/parse_expr.cpp
 -case '+': case '-': return 4;
 +case '+': case '-': return 5;
-index-past-end eval/eval_node.cpp
+index-past-end eval/operands.cpp
 -if (i < 0 || i >= len) return g_nil;
 +if (i < 0 || i > len) return g_nil;
 but-keeps-last builtins/list_math_builtins.cpp
@@ -44,22 +44,22 @@ rev-without-guard builtins/list_math_builtins.cpp
 -  if (!is_list(xs)) return r;
 -  for (int i = xs->lst->len - 1;
 +  for (int i = xs->lst->len - 1;
-read-keeps-ownership eval/eval_node.cpp
+read-keeps-ownership eval/values.cpp
 -static Val *id_value(Node *n, Env *env) { return given_away(eval_id(n, env)); }
 +static Val *id_value(Node *n, Env *env) { return eval_id(n, env); }
 module-copy-keeps-ownership driver/modules.cpp
 -env_bind(to, from->keys[i], given_away(from->vals[i]));
 +env_bind(to, from->keys[i], from->vals[i]);
 lent-owned-though-captured eval/calls.cpp
--args[i]->len = captured ? 0 : lent_prev[i];
-+args[i]->len = lent_prev[i];
+-args[i]->own = captured ? 0 : lent_prev[i];
++args[i]->own = lent_prev[i];
 release-recycles-lent runtime/runtime.h
--if (v->type == V_NUM && v->len == NUM_OWNED) num_recycle(v);
-+if (v->type == V_NUM && v->len) num_recycle(v);
-store-ignores-owner eval/eval_node.cpp
--if ((*slot)->type == V_NUM && (*slot)->len == NUM_OWNED) {
+-if (v->type == V_NUM && v->own == NUM_OWNED) num_recycle(v);
++if (v->type == V_NUM && v->own) num_recycle(v);
+store-ignores-owner eval/stores.cpp
+-if ((*slot)->type == V_NUM && (*slot)->own == NUM_OWNED) {
 +if ((*slot)->type == V_NUM) {
-closure-not-captured eval/eval_node.cpp
+closure-not-captured eval/values.cpp
 -  v->fn = f;
 -  env->captured = 1;
 -  return v;
@@ -68,10 +68,10 @@ closure-not-captured eval/eval_node.cpp
 field-key-unchecked runtime/runtime.h
 -s < (uint32_t)o->len && o->keys[s] == sym
 +s < (uint32_t)o->len
-slot-past-scope-length eval/eval_node.cpp
--n->cache_depth == 0 && slot < (uint32_t)env->len && env->keys[slot] == n->id
-+n->cache_depth == 0 && env->keys[slot] == n->id
-outer-slot-despite-local eval/eval_node.cpp
+slot-past-scope-length eval/eval_internal.h
+-n->bind.depth == 0 && slot < (uint32_t)env->len && env->keys[slot] == n->id
++n->bind.depth == 0 && env->keys[slot] == n->id
+outer-slot-despite-local eval/eval_internal.h
 -if (p && !(env->names & name_bit(n->id)) && slot
 +if (p && slot
 remembered-scope-unchecked runtime/env.cpp
@@ -80,6 +80,18 @@ remembered-scope-unchecked runtime/env.cpp
 call-scope-mask-zero eval/calls.cpp
 -    scope->names = f->param_names;
 +    scope->names = 0;
+lent-restored-though-given-away eval/calls.cpp
+-if (args[i]->own == NUM_LENT) args[i]->own = captured ? 0 : lent_prev[i];
++args[i]->own = captured ? 0 : lent_prev[i];
+variable-read-made-here eval/values.cpp
+-return n && (n->type == N_NUM || n->type == N_BIN ||
++return n && (n->type == N_NUM || n->type == N_BIN || n->type == N_ID ||
+fast-path-despite-text eval/operands.cpp
+-if (__builtin_expect(a != nullptr || b != nullptr, 0)) return bin_apply(n, OP, a, x, b, y, out);
++if (__builtin_expect(a != nullptr && b != nullptr, 0)) return bin_apply(n, OP, a, x, b, y, out);
+self-store-assumes-number eval/stores.cpp
+-if (!slot || (*slot)->type != V_NUM || fetch<RK>
++if (!slot || fetch<RK>
 error-before-output runtime/errors.cpp
 -  out_flush();
 -  fprintf(stderr, "error: %s\n", msg);
@@ -99,7 +111,7 @@ append-over-longer-text runtime/value.cpp
 -  if (h->used != len) return nullptr;  // other bytes follow a's already
 -  if (h->cap - len >= n) {
 +  if (h->cap - len >= n) {
-negative-zero-lost eval/eval_node.cpp
+negative-zero-lost eval/eval_internal.h
 -      return r == 0 ? std::copysign(0.0, x) : (double)r;
 +      return (double)r;
 exit-status-unsaturated builtins/host_builtins.cpp

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "eval.h"
+#include "eval_internal.h"
 
 char *build_dotted(Node *n) {
   if (!n) return nullptr;
@@ -22,6 +22,9 @@ char *build_dotted(Node *n) {
 
 // Argument arrays up to this size live on the native stack.
 static const int ARGS_INLINE = 8;
+// A site's plans for its arguments (fresh_args, lend_args) are bit masks:
+// arguments past this many are evaluated the plain way.
+static const int PLAN_ARGS = 32;
 
 // What a call site needs to know once: the builtin for it (name or dotted
 // callee and argument count are fixed by the tree, so the dispatcher is
@@ -38,7 +41,7 @@ static void resolve_site(Node *n) {
   }
   n->call.builtin = f;
   n->call.math = f ? g_eval_hooks.math(f) : nullptr;
-  for (int i = 0; i < n->call.n && i < 32; i++) {
+  for (int i = 0; i < n->call.n && i < PLAN_ARGS; i++) {
     Node *a = n->call.args[i];
     if (!f && i < ARGS_INLINE && a && a->type == N_ID) n->call.lend_args |= 1u << i;
     else if (fresh_number_node(a)) n->call.fresh_args |= 1u << i;
@@ -68,7 +71,7 @@ static inline Val *unwrap_ret(Val *r) { return r && r->type == V_LST && is_ret(r
   check_stack();
   Env *scope = env_new(f->closure);
   int k = nargs < f->nparams ? nargs : f->nparams;
-  if (fn->len && k <= ENV_INLINE) {
+  if (fn->distinct && k <= ENV_INLINE) {
     // distinct names into a fresh scope, which always has room for a few
     for (int i = 0; i < k; i++) {
       scope->keys[i] = f->params[i];
@@ -76,14 +79,14 @@ static inline Val *unwrap_ret(Val *r) { return r && r->type == V_LST && is_ret(r
     }
     scope->len = k;
     scope->names = f->param_names;  // unbound extra parameters only cost a search
-  } else if (fn->len) {
+  } else if (fn->distinct) {
     for (int i = 0; i < k; i++) env_push(scope, f->params[i], args[i]);
   } else {
     for (int i = 0; i < k; i++) env_bind(scope, f->params[i], args[i]);
   }
   for (; fresh; fresh &= fresh - 1) {
     int i = __builtin_ctz(fresh);
-    if (i < k) args[i]->len = NUM_OWNED;
+    if (i < k) owned(args[i]);
   }
   Val *r = out ? eval_tail_operand(f->body, scope, out) : eval_node(f->body, scope);
   *captured = scope->captured != 0;
@@ -111,16 +114,16 @@ static Val *call_site(Node *n, Env *env, double *out) {
   fnptr builtin = site_builtin(n);
   uint32_t fresh = 0, lent = 0, lend = n->call.lend_args, fresh_args = n->call.fresh_args;
   int lent_prev[ARGS_INLINE];
-  // the plan covers the first 32 arguments (bit runs out to 0 after them)
+  // the plan covers the first PLAN_ARGS arguments (bit runs out to 0 after them)
   uint32_t bit = 1;
   for (int i = 0; i < nargs; i++, bit <<= 1) {
     Node *a = n->call.args[i];
     if (lend & bit) {
       // a variable's own number is lent to a user function, not given away
       Val *v = eval_name(a, env);
-      if (v->type == V_NUM && v->len) {
-        lent_prev[i] = v->len;
-        v->len = NUM_LENT;
+      if (v->type == V_NUM && v->own) {
+        lent_prev[i] = v->own;
+        v->own = NUM_LENT;
         lent |= bit;
       }
       args[i] = v;
@@ -130,7 +133,7 @@ static Val *call_site(Node *n, Env *env, double *out) {
       // a number made just for this call may be owned by the parameter it binds
       double x;
       // arithmetic goes straight to its handler once chosen
-      Val *v = a && a->operand_fn ? a->operand_fn(a, env, &x) : eval_operand(a, env, &x);
+      Val *v = a && a->operand_code ? kept<OperandFn>(a->operand_code)(a, env, &x) : eval_operand(a, env, &x);
       if (!v) {
         v = val_num(x);
         fresh |= bit;
@@ -144,7 +147,7 @@ static Val *call_site(Node *n, Env *env, double *out) {
   bool captured = true;
   Val *fn = nullptr;
   if (!builtin) {
-    if (n->call.name) fn = env_get_cached(env, n->call.name, &n->cache_depth, &n->cache_slot);
+    if (n->call.name) fn = bound_get(env, n->call.name, n);
     else fn = n->call.callee ? eval_node(n->call.callee, env) : g_nil;
     if (!fn || fn->type != V_FN) not_callable(n, fn);
   }
@@ -157,9 +160,9 @@ static Val *call_site(Node *n, Env *env, double *out) {
   }
   // Lent records come back in reverse order (one may be lent twice).
   while (lent) {
-    int i = 31 - __builtin_clz(lent);
+    int i = PLAN_ARGS - 1 - __builtin_clz(lent);
     lent &= ~(1u << i);
-    if (args[i]->len == NUM_LENT) args[i]->len = captured ? 0 : lent_prev[i];
+    if (args[i]->own == NUM_LENT) args[i]->own = captured ? 0 : lent_prev[i];
   }
   if (args != inline_args) gc_free(args);
   return result;

@@ -12,20 +12,6 @@ Val *eval_node(Node *n, Env *env);
 // (statements before the last of a block, whole files): assignments of
 // numbers may then update an owned record in place.
 Val *eval_effect(Node *n, Env *env);
-// The value of a function body used inside arithmetic: null with the number
-// in *out when it needs no record.
-Val *eval_tail_operand(Node *n, Env *env, double *out);
-Val *eval_call_node(Node *n, Env *env);
-// Evaluation inside arithmetic: null with the number in *out when the result
-// is a number that needs no record, else the value.
-Val *eval_operand(Node *n, Env *env, double *out);
-// The operand handler for a call site: math builtins unboxed, else the call.
-OperandFn call_operand_fn(Node *n);
-bool call_site_is_math(Node *n);
-// The value of a variable, without giving its number record away.
-Val *eval_name(Node *n, Env *env);
-// A node whose number value is a record made just now, held by nothing else.
-bool fresh_number_node(Node *n);
 // Calls a function value; fn must be of kind V_FN. args may be null when nargs is 0.
 Val *call_fn(Val *fn, Val **args, int nargs);
 // "a.b.c" for a chain of field accesses from a name, else null; caller frees.
@@ -41,8 +27,6 @@ extern Node *g_fault_node;
 // innermost first: a driver builds its call stack from them. The handler
 // runs only when an exception passes, so calls cost nothing more.
 extern void (*g_unwind_hook)(Node *site);
-void unwound(Node *site);
-
 // A math builtin as a function on doubles (one of f1, f2 is set), for
 // evaluating it on unboxed operands.
 struct MathOp {

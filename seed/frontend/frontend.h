@@ -9,9 +9,16 @@ struct Val;
 struct Env;
 struct Node;
 typedef Val *(*fnptr)(Val **args, int nargs);
-typedef Val *(*OperandFn)(Node *n, Env *env, double *out);
-typedef Val *(*EffectFn)(Node *n, Env *env);
-typedef bool (*TestFn)(Node *n, Env *env);
+// Code the evaluator keeps in a node. The reader does not know the
+// evaluator's handler types, so a node holds plain code pointers and the
+// evaluator casts each back to its own type: free at the call, where a
+// pointer to a record of the evaluator's would cost a load.
+typedef void (*NodeCode)();
+
+// Where a name was last found: scopes outward and slot in that scope.
+struct Binding {
+  int32_t depth, slot;
+};
 
 enum NType : uint32_t {
   N_NUM = 0, N_STR, N_BOOL, N_NIL, N_ID, N_LST, N_OBJ, N_BIN, N_UNARY,
@@ -23,20 +30,22 @@ enum NType : uint32_t {
 // interned, and so are object-literal keys; string texts are plain copies.
 struct Node {
   NType type;
-  // Where the last lookup of this node's name found its binding (scopes
-  // outward, slot), re-checked on every use; -1 when unknown. N_STR keeps
-  // its text length in cache_slot.
-  int32_t cache_depth, cache_slot;
+  // What the evaluator remembers of the node, re-checked on every use
+  // where it could go stale; -1 until first known. Which it is goes with
+  // the node's kind.
+  union {
+    Binding bind;             // N_ID, N_ASSIGN, N_FOR, N_CALL by name: where the name was last found
+    int32_t key_pos;          // N_DOT, N_DOT_ASSIGN: where the field's key sat in the last object
+    int32_t text_len;         // N_STR: the text's length
+    int32_t params_distinct;  // N_FN: 1 when no parameter name repeats, else 0
+  };
   // Where the node starts (an operator node: its operator), as a position
   // of the source set below; it fills what was a padding hole.
   uint32_t pos;
   // The evaluator's code for this node's shape, chosen at its first use
   // (null until then): for its value, inside arithmetic, where the value
   // is dropped, and as a condition.
-  EffectFn value_fn;
-  OperandFn operand_fn;
-  EffectFn effect_fn;
-  TestFn test_fn;
+  NodeCode value_code, operand_code, effect_code, test_code;
   union {
     double num;
     const char *str;
@@ -64,7 +73,7 @@ struct Node {
     struct { Node *obj; const char *field; Node *val; } dot_assign;
     struct { Node *obj, *idx, *val; } idx_assign;
     struct { const char **params; int nparams; Node *body; } fn;
-    struct { Node **stmts; int n; } block;
+    struct { Node **stmts; int n; bool handlers_chosen; } block;  // chosen: its statements' effect code is set
     struct { Node *obj, *idx; } idx;
     struct { Node *obj; const char *field; } dot;
     struct { const char *path; } use;  // null: an interpolated path, refused when run

@@ -12,7 +12,7 @@ Node *node_new(NType t) {
   Node *n = (Node *)xarena(sizeof(Node));
   memset(n, 0, sizeof *n);
   n->type = t;
-  n->cache_depth = n->cache_slot = -1;
+  n->bind = {-1, -1};  // every per-kind memory of the evaluator starts unknown
   n->pos = g_src_base + (uint32_t)g_pos;
   return n;
 }

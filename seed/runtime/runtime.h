@@ -110,11 +110,16 @@ struct Fn {
   uint64_t param_names;  // the name bits of all parameters (see name_bit)
 };
 
-// 16 bytes: kind, the text length, and one word of payload. Lists, objects
-// and functions keep their bodies behind a pointer so numbers stay small.
+// 16 bytes: kind, a word whose meaning goes with the kind, and one word of
+// payload. Lists, objects and functions keep their bodies behind a pointer
+// so numbers stay small.
 struct Val {
   VType type;
-  int len;  // V_STR: bytes before the terminating NUL, as stored at construction
+  union {
+    int len;       // V_STR: bytes before the terminating NUL, as stored at construction
+    int own;       // V_NUM: 0, NUM_OWNED or NUM_LENT
+    int distinct;  // V_FN: 1 when the parameter names are distinct
+  };
   union {
     int b;
     double n;
@@ -135,7 +140,7 @@ extern Val g_nil_rec, g_true_rec, g_false_rec, g_brk_rec, g_cnt_rec;
 
 Val *val_bool(int b);
 Val *val_num(double n);
-// A number record with len == NUM_OWNED is referenced by exactly one scope
+// A number record with own == NUM_OWNED is referenced by exactly one scope
 // slot, object field or list element and nothing else: an assignment may update it in
 // place, and a released scope may recycle it. Reading it as a value (not
 // inside arithmetic) gives the record away and clears the mark.
@@ -162,7 +167,7 @@ void lst_push(Val *lst, Val *item);
 // A value read to be kept or passed on: a number record is given away (no
 // longer owned by the slot it came from, see NUM_OWNED).
 inline Val *given_away(Val *v) {
-  if (v->type == V_NUM) v->len = 0;
+  if (v->type == V_NUM) v->own = 0;
   return v;
 }
 // Element i for a reader that keeps or passes it on.
@@ -294,7 +299,7 @@ inline void env_release(Env *e) {
   if (__builtin_expect(e->index.slots != nullptr, 0)) return env_release_slow(e);
   for (int i = 0; i < e->len; i++) {
     Val *v = e->vals[i];
-    if (v->type == V_NUM && v->len == NUM_OWNED) num_recycle(v);
+    if (v->type == V_NUM && v->own == NUM_OWNED) num_recycle(v);
   }
   e->len = 0;
   e->names = 0;

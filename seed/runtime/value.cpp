@@ -32,14 +32,14 @@ Val *val_num(double n) {
     v = (Val *)gc_atomic(sizeof(Val));
     v->type = V_NUM;
   }
-  v->len = 0;
+  v->own = 0;
   v->n = n;
   return v;
 }
 
 void num_recycle(Val *v) {
   v->type = V_NIL;  // a stale reference would read nil, never a number
-  v->len = 0;
+  v->own = 0;
   v->s = (char *)g_num_free;
   g_num_free = v;
 }
