@@ -129,6 +129,8 @@ static void *g_lists[2][LIST_GRANULES + 1];
 // hold stale values): each collection starts by forgetting them all, so
 // they neither keep dead values alive nor hand out blocks the collector
 // has taken back.
+static void clear_dead_names(GC_EventType event);
+
 static void drop_pools() {
   memset(g_lists, 0, sizeof g_lists);
   num_pool_reset();
@@ -179,20 +181,23 @@ void table_free(void *p, size_t n) {
 static const size_t INITIAL_HEAP = (size_t)4 << 20;
 
 void gc_init() {
-  // Values are reached through pointers to their starts; the one interior
-  // pointer the heap keeps is a text's, just past its head. The native
-  // stack may hold any interior pointer: the collector honours those.
+  // Values are reached through pointers to their starts; the heap keeps
+  // two interior pointers, a text's just past its head and a collected
+  // name's past its number byte. The native stack may hold any interior
+  // pointer: the collector honours those.
   GC_set_all_interior_pointers(0);
   GC_set_warn_proc(GC_ignore_warn_proc);
   GC_set_dont_precollect(1);  // nothing to collect before the first value
   GC_set_markers_count(1);  // heaps here are small: helper threads cost more than they mark
   GC_INIT();
   GC_register_displacement(sizeof(TextHead));
+  GC_register_displacement(1);
   // Collect when the new allocation reaches half the heap, not a third:
   // programs with much live data mark it half as often, for a heap a
   // little larger.
   GC_set_free_space_divisor(2);
   GC_set_start_callback(drop_pools);
+  GC_set_on_collection_event(clear_dead_names);
   // A first heap of a few megabytes spares short programs the many small
   // collections of a heap grown from nothing.
   GC_expand_hp(INITIAL_HEAP);
@@ -314,13 +319,20 @@ static void arena_reset() { g_arena_ptr = g_arena_end = nullptr; }
 #endif
 
 // Interned names: open addressing over (hash, text) with linear probing.
+// Names of the tree live in the arena until exit. Names made while the
+// program runs (object keys from texts) live in the collected heap and the
+// table holds them weakly: after each collection the slot of one no object
+// holds any more is cleared, and stays a tombstone so that later names in
+// its probe chain are still found.
 struct InternSlot {
   uint32_t hash;
-  uint32_t len;
-  const char *s;
+  uint32_t len : 31;
+  uint32_t weak : 1;  // a collected name: its slot is cleared when it dies
+  const char *s;      // null: empty, or a tombstone when weak
 };
 static InternSlot *g_names;
-static size_t g_names_cap, g_names_len;
+static size_t g_names_cap, g_names_used;  // used: live slots and tombstones
+static uint32_t g_names_made;
 
 static uint32_t hash_bytes(const char *s, size_t len) {
   uint32_t h = 2166136261u;
@@ -328,55 +340,117 @@ static uint32_t hash_bytes(const char *s, size_t len) {
   return h;
 }
 
-static void intern_grow() {
-  size_t ncap = g_names_cap ? g_names_cap * 2 : 1024;
+// The slot holding s, or null with *room set to where it would go.
+static InternSlot *name_slot(const char *s, size_t len, uint32_t h, InternSlot **room) {
+  size_t mask = g_names_cap - 1;
+  InternSlot *tomb = nullptr;
+  for (size_t j = h & mask;; j = (j + 1) & mask) {
+    InternSlot *e = &g_names[j];
+    if (!e->s) {
+      if (e->weak) {
+        if (!tomb) tomb = e;
+        continue;
+      }
+      if (room) *room = tomb ? tomb : e;
+      return nullptr;
+    }
+    if (e->hash == h && e->len == len && memcmp(e->s, s, len) == 0) return e;
+  }
+}
+
+#ifdef ORVEX_GC
+// After marking and before any block is reused, the slots of collected
+// names that nothing marked become tombstones.
+static void clear_dead_names(GC_EventType event) {
+  if (event != GC_EVENT_RECLAIM_START) return;
+  for (size_t i = 0; i < g_names_cap; i++) {
+    InternSlot *e = &g_names[i];
+    if (e->weak && e->s && !GC_is_marked(e->s - 1)) e->s = nullptr;
+  }
+}
+
+// A collected name the tree now uses too must outlive every holder the
+// collector can see: a scanned array that static data points to keeps it.
+static const char **g_kept_names;
+static size_t g_kept_len, g_kept_cap;
+
+static void keep_name(InternSlot *e) {
+  e->weak = 0;
+  if (g_kept_len == g_kept_cap) {
+    g_kept_cap = g_kept_cap ? g_kept_cap * 2 : 64;
+    g_kept_names = (const char **)xgrow(g_kept_names, g_kept_len, g_kept_cap, sizeof(char *), true, false);
+  }
+  g_kept_names[g_kept_len++] = e->s - 1;
+}
+#endif
+
+// A fresh table for the live names, at most a quarter full.
+static void names_rehash() {
+  size_t live = 0;
+  for (size_t i = 0; i < g_names_cap; i++) live += g_names[i].s != nullptr;
+  size_t ncap = 1024;
+  while ((live + 1) * 4 > ncap) ncap *= 2;
   InternSlot *ns = (InternSlot *)table_new(ncap * sizeof(InternSlot));
   for (size_t i = 0; i < g_names_cap; i++) {
-    if (!g_names[i].s) continue;
-    size_t j = g_names[i].hash & (ncap - 1);
+    InternSlot *e = &g_names[i];
+    if (!e->s) continue;
+    size_t j = e->hash & (ncap - 1);
     while (ns[j].s) j = (j + 1) & (ncap - 1);
-    ns[j] = g_names[i];
+    ns[j] = *e;
   }
   table_free(g_names, g_names_cap * sizeof(InternSlot));
   g_names = ns;
   g_names_cap = ncap;
+  g_names_used = live;
 }
 
-const char *intern(const char *s, size_t len) {
-  if ((g_names_len + 1) * 2 > g_names_cap) intern_grow();
-  uint32_t h = hash_bytes(s, len);
-  size_t j = h & (g_names_cap - 1);
-  while (g_names[j].s) {
-    if (g_names[j].hash == h && g_names[j].len == len && memcmp(g_names[j].s, s, len) == 0)
-      return g_names[j].s;
-    j = (j + 1) & (g_names_cap - 1);
-  }
+static const char *name_add(const char *s, size_t len, uint32_t h, bool weak) {
+  char *copy;
+#ifdef ORVEX_GC
+  if (weak) copy = (char *)gc_atomic(len + 2) + 1;
+  else
+#endif
+    copy = (char *)xarena(len + 2) + 1;
   // The byte before each name numbers it: name_bit spreads names made one
   // after another (a function's variables) over distinct bits.
-  char *copy = (char *)xarena(len + 2) + 1;
-  copy[-1] = (char)(g_names_len % NAME_BITS);
+  copy[-1] = (char)(g_names_made++ % NAME_BITS);
   memcpy(copy, s, len);
   copy[len] = 0;
-  g_names[j] = {h, (uint32_t)len, copy};
-  g_names_len++;
+  // The allocation may have collected, so the slot is found after it.
+  if ((g_names_used + 1) * 2 > g_names_cap) names_rehash();
+  InternSlot *e;
+  name_slot(s, len, h, &e);
+  if (!e->weak) g_names_used++;  // an empty slot, not a tombstone
+  *e = {h, (uint32_t)len, weak, copy};
   return copy;
 }
 
+static const char *name_get(const char *s, size_t len, bool weak) {
+  if (!g_names_cap) names_rehash();
+  uint32_t h = hash_bytes(s, len);
+  InternSlot *e = name_slot(s, len, h, nullptr);
+  if (!e) return name_add(s, len, h, weak);
+#ifdef ORVEX_GC
+  if (e->weak && !weak) keep_name(e);
+#endif
+  return e->s;
+}
+
+const char *intern(const char *s, size_t len) { return name_get(s, len, false); }
 const char *intern(const char *s) { return intern(s, strlen(s)); }
+const char *intern_key(const char *s) { return name_get(s, strlen(s), true); }
 
 const char *intern_find(const char *s) {
   if (!g_names_cap) return nullptr;
   size_t len = strlen(s);
-  uint32_t h = hash_bytes(s, len);
-  for (size_t j = h & (g_names_cap - 1); g_names[j].s; j = (j + 1) & (g_names_cap - 1))
-    if (g_names[j].hash == h && g_names[j].len == len && memcmp(g_names[j].s, s, len) == 0)
-      return g_names[j].s;
-  return nullptr;
+  InternSlot *e = name_slot(s, len, hash_bytes(s, len), nullptr);
+  return e ? e->s : nullptr;
 }
 
 #ifdef ORVEX_FUZZ
 static void intern_reset() {
   g_names = nullptr;
-  g_names_cap = g_names_len = 0;
+  g_names_cap = g_names_used = 0;
+  g_names_made = 0;
 }
 #endif

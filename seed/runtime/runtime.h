@@ -59,6 +59,9 @@ char *text_permanent(const char *s, size_t len);
 // compare names by identity. The result lives until exit.
 const char *intern(const char *s, size_t len);
 const char *intern(const char *s);
+// The same for an object key made while the program runs: reclaimed once
+// no object holds it (an intern of the same text keeps it until exit).
+const char *intern_key(const char *s);
 // The interned copy of s if there is one; never adds.
 const char *intern_find(const char *s);
 

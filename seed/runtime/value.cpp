@@ -201,8 +201,8 @@ void obj_set_sym(Val *obj, const char *sym, Val *val) {
     if (o->cap > INT32_MAX / 4) fatal("orvex-min: object too large");
     int ncap = o->cap * 2;
     bool heap = o->keys != (const char **)(o + 1);
-    // keys are interned names, which live outside the collected heap
-    o->keys = (const char **)xgrow(o->keys, (size_t)o->len, (size_t)ncap, sizeof(char *), heap, true);
+    // scanned: keys made at run time live only as long as objects hold them
+    o->keys = (const char **)xgrow(o->keys, (size_t)o->len, (size_t)ncap, sizeof(char *), heap, false);
     o->vals = (Val **)xgrow(o->vals, (size_t)o->len, (size_t)ncap, sizeof(Val *), heap, false);
     o->cap = ncap;
   }
@@ -212,7 +212,7 @@ void obj_set_sym(Val *obj, const char *sym, Val *val) {
   keys_added(o->keys, o->len, o->cap, &o->index, OBJ_INDEX_MIN);
 }
 
-void obj_set(Val *obj, const char *key, Val *val) { obj_set_sym(obj, intern(key), val); }
+void obj_set(Val *obj, const char *key, Val *val) { obj_set_sym(obj, intern_key(key), val); }
 
 int val_truthy(Val *v) {
   if (!v) return 0;

@@ -2,10 +2,15 @@
 // scope-mask bits: what a program cannot observe but relies on.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "runtime/runtime.h"
+
+#ifdef ORVEX_GC
+#include <gc/gc.h>
+#endif
 
 // The collector is set up as the programs set it up.
 static const bool g_gc_ready = (gc_init(), true);
@@ -56,3 +61,24 @@ TEST(Runtime, ConsecutiveNamesTakeDistinctBits) {
   EXPECT_EQ((*p)->n, 1);
   EXPECT_EQ(depth, 1);
 }
+
+#ifdef ORVEX_GC
+// A key made at run time goes when no object holds it, without hiding the
+// names after it in the table; one the tree names as well stays until exit.
+TEST(Runtime, RunTimeKeysLiveWhileHeld) {
+  // hidden from the collector: only the table knows where the name is
+  uintptr_t named = ~(uintptr_t)intern_key("tree_names_me_too");
+  EXPECT_EQ(~(uintptr_t)intern("tree_names_me_too"), named);
+  for (int i = 0; i < 1000; i++) intern_key(("dropped_" + std::to_string(i)).c_str());
+  Val *o = val_obj();
+  obj_set(o, "held", val_num(1));
+  GC_gcollect();
+  for (int i = 0; i < 100000; i++) memset(gc_atomic(16), 'x', 16);  // what was freed is reused
+  int survivors = 0;
+  for (int i = 0; i < 1000; i++) survivors += intern_find(("dropped_" + std::to_string(i)).c_str()) != nullptr;
+  EXPECT_LT(survivors, 10);
+  EXPECT_EQ((uintptr_t)intern("tree_names_me_too"), ~named);
+  EXPECT_STREQ(intern_find("tree_names_me_too"), "tree_names_me_too");
+  EXPECT_EQ(obj_get(o, "held")->n, 1);
+}
+#endif
