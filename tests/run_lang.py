@@ -12,16 +12,14 @@ Directives, each on a comment line of the entry file:
   # stdin: TEXT         one line of standard input
   # timeout: SECONDS    default 60
   # program: orvex      run the orvex program built beside orvex-min instead
-  # stdout: WHERE       "full" (/dev/full), "closed" (no descriptor 1), "first-line" (a reader
-                        that keeps one line, then closes the pipe; standard output then holds that
-                        line), or "with-stderr" (one pipe for both: "# expect:" sees them in order)
+  # stdout: WHERE       "full" (/dev/full), "closed" (no descriptor 1), "first-line" (a reader that
+                        keeps one line, then closes the pipe), or "with-stderr" (one pipe for both)
   # needs: collector    skipped in builds without the collector
-  # vlimit: KB          cap the program's address space (ulimit -v); such runs are skipped for a
-                        program built with the address checker, whose shadow memory no cap allows
-  # run: WORDS          a further run of the same file with WORDS as its arguments: it keeps the
-                        setup above its first "run" line, and the expectations after it are its own
-The program runs with the case's folder as working directory and its entry file named
-relatively, so paths in messages do not depend on where the checkout lives.
+  # vlimit: KB          cap the address space (skipped under the address checker)
+  # run: WORDS          a further run with WORDS as its arguments: it keeps the setup above the
+                        first "run" line; the expectations after it are its own
+The program runs in the case's folder with its entry file named relatively, so
+paths in messages do not depend on where the checkout lives.
 """
 import copy
 import resource
@@ -74,10 +72,8 @@ def parse(path):
             spec["stdin"].append(val)
         elif key == "timeout":
             spec["timeout"] = float(val) * SLOW
-        elif key in ("program", "stdout"):
+        elif key in ("program", "stdout", "needs"):
             spec[key] = val
-        elif key == "needs":
-            spec["needs"] = val
         elif key == "vlimit":
             spec["vlimit"] = int(val) * 1024
         elif key == "run":
@@ -104,7 +100,8 @@ def lines(data):
 
 def execute(argv, folder, env, stdin, spec):
     """The finished process (its stdout as the reader saw it), or None on a time-out."""
-    where = spec["stdout"]
+    where, limit = spec["stdout"], spec["vlimit"]
+    kw = dict(cwd=folder, env=env, input=stdin, stderr=subprocess.PIPE, timeout=spec["timeout"])
     try:
         if where == "first-line":
             # The program inherits Python's ignored SIGPIPE: only its own handling
@@ -113,26 +110,21 @@ def execute(argv, folder, env, stdin, spec):
             reader = subprocess.Popen(["head", "-n", "1"], stdin=r, stdout=subprocess.PIPE)
             os.close(r)
             try:
-                proc = subprocess.run(argv, cwd=folder, env=env, input=stdin, stdout=w,
-                                      stderr=subprocess.PIPE, timeout=spec["timeout"],
-                                      restore_signals=False)
+                proc = subprocess.run(argv, stdout=w, restore_signals=False, **kw)
             finally:
                 os.close(w)
             proc.stdout = reader.communicate()[0]
-            return proc
-        if where in ("full", "closed"):
+        elif where in ("full", "closed"):
             with open("/dev/full", "wb") as full:
-                proc = subprocess.run(argv, cwd=folder, env=env, input=stdin, stdout=full,
-                                      stderr=subprocess.PIPE, timeout=spec["timeout"],
+                proc = subprocess.run(argv, stdout=full, **kw,
                                       preexec_fn=(lambda: os.close(1)) if where == "closed" else None)
             proc.stdout = b""
-            return proc
-        limit = spec["vlimit"]
-        cap = (lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))) if limit else None
-        proc = subprocess.run(argv, cwd=folder, env=env, input=stdin, stdout=subprocess.PIPE,
-                              stderr=subprocess.STDOUT if where == "with-stderr" else subprocess.PIPE,
-                              timeout=spec["timeout"], preexec_fn=cap)
-        proc.stderr = proc.stderr or b""
+        else:
+            if where == "with-stderr":
+                kw["stderr"] = subprocess.STDOUT
+            cap = (lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))) if limit else None
+            proc = subprocess.run(argv, stdout=subprocess.PIPE, preexec_fn=cap, **kw)
+            proc.stderr = proc.stderr or b""
         return proc
     except subprocess.TimeoutExpired:
         return None

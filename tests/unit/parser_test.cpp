@@ -20,12 +20,8 @@ static void quoted(std::string &o, const char *s) {
     unsigned char c = (unsigned char)*s;
     const char *esc = c == '\n' ? "\\n" : c == '\t' ? "\\t" : c == '\r' ? "\\r" : c == '"' ? "\\\"" : c == '\\' ? "\\\\" : nullptr;
     char hex[8];
-    if (!esc && (c < 32 || c >= 127)) {
-      snprintf(hex, sizeof hex, "\\x%02x", c);
-      esc = hex;
-    }
-    if (esc) o += esc;
-    else o += (char)c;
+    if (!esc && (c < 32 || c >= 127)) snprintf(hex, sizeof hex, "\\x%02x", c), esc = hex;
+    o += esc ? std::string(esc) : std::string(1, (char)c);
   }
   o += '"';
 }
@@ -33,10 +29,7 @@ static void quoted(std::string &o, const char *s) {
 static void name(std::string &o, const char *s) { o += s && *s ? s : "\"\""; }
 static void print(std::string &o, const Node *n);
 static void kids(std::string &o, std::initializer_list<const Node *> ns) {
-  for (const Node *n : ns) {
-    o += ' ';
-    print(o, n);
-  }
+  for (const Node *n : ns) o += ' ', print(o, n);
 }
 static void list(std::string &o, Node *const *ns, int n) {
   for (int i = 0; i < n; i++) kids(o, {ns[i]});
@@ -59,59 +52,36 @@ static void print(std::string &o, const Node *n) {
     case N_LST: o += "(lst"; list(o, n->lst.items, n->lst.n); break;
     case N_OBJ:
       o += "(obj";
-      for (int i = 0; i < n->obj.n; i++) {
-        o += " (";
-        quoted(o, n->obj.keys[i]);
-        kids(o, {n->obj.vals[i]});
-        o += ')';
-      }
+      for (int i = 0; i < n->obj.n; i++) o += " (", quoted(o, n->obj.keys[i]), kids(o, {n->obj.vals[i]}), o += ')';
       break;
     case N_BIN: o += "(bin "; o += n->bin.op; kids(o, {n->bin.left, n->bin.right}); break;
     case N_UNARY: o += "(unary "; o += n->unary.op; kids(o, {n->unary.operand}); break;
     case N_CALL:
       o += "(call ";
-      if (n->call.name) o += n->call.name;
-      else print(o, n->call.callee);
+      n->call.name ? void(o += n->call.name) : print(o, n->call.callee);
       list(o, n->call.args, n->call.n);
       break;
     case N_IF:
       o += "(if";
       kids(o, {n->iff.cond, n->iff.then});
-      for (int i = 0; i < n->iff.nelif; i++) {
-        o += " (elif";
-        kids(o, {n->iff.elifs[i], n->iff.elif_body[i]});
-        o += ')';
-      }
+      for (int i = 0; i < n->iff.nelif; i++) o += " (elif", kids(o, {n->iff.elifs[i], n->iff.elif_body[i]}), o += ')';
       kids(o, {n->iff.els});
       break;
     case N_WHILE: o += "(whl"; kids(o, {n->whl.cond, n->whl.body}); break;
     case N_FOR: o += "(lop "; name(o, n->forin.var); kids(o, {n->forin.iter, n->forin.body}); break;
     case N_ASSIGN: o += "(assign "; name(o, n->assign.name); kids(o, {n->assign.val}); break;
-    case N_DOT_ASSIGN:
-      o += "(dot=";
-      kids(o, {n->dot_assign.obj});
-      o += ' ';
-      name(o, n->dot_assign.field);
-      kids(o, {n->dot_assign.val});
-      break;
+    case N_DOT_ASSIGN: o += "(dot="; kids(o, {n->dot_assign.obj}); o += ' '; name(o, n->dot_assign.field); kids(o, {n->dot_assign.val}); break;
     case N_IDX_ASSIGN: o += "(idx="; kids(o, {n->idx_assign.obj, n->idx_assign.idx, n->idx_assign.val}); break;
     case N_FN:
       o += "(fn (";
-      for (int i = 0; i < n->fn.nparams; i++) {
-        if (i) o += ' ';
-        name(o, n->fn.params[i]);
-      }
+      for (int i = 0; i < n->fn.nparams; i++) o += i ? " " : "", name(o, n->fn.params[i]);
       o += ')';
       kids(o, {n->fn.body});
       break;
     case N_BLOCK: o += "(block"; list(o, n->block.stmts, n->block.n); break;
     case N_IDX: o += "(idx"; kids(o, {n->idx.obj, n->idx.idx}); break;
     case N_DOT: o += "(dot"; kids(o, {n->dot.obj}); o += ' '; name(o, n->dot.field); break;
-    case N_USE:
-      o += "(use ";
-      if (n->use.path) quoted(o, n->use.path);
-      else o += '_';
-      break;
+    case N_USE: o += "(use "; n->use.path ? quoted(o, n->use.path) : void(o += '_'); break;
     case N_RET: o += "(ret"; kids(o, {n->ret.ex}); break;
   }
   o += ')';
