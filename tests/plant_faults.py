@@ -111,6 +111,12 @@ append-over-longer-text runtime/value.cpp
 -  if (h->used != len) return nullptr;  // other bytes follow a's already
 -  if (h->cap - len >= n) {
 +  if (h->cap - len >= n) {
+keys-unscanned runtime/value.cpp
+-o->keys = (const char **)xgrow(o->keys, (size_t)o->len, (size_t)ncap, sizeof(char *), heap, false);
++o->keys = (const char **)xgrow(o->keys, (size_t)o->len, (size_t)ncap, sizeof(char *), heap, true);
+tombstone-ends-chain runtime/alloc.cpp
+-      if (e->weak) {
++      if (false) {
 negative-zero-lost eval/eval_internal.h
 -      return r == 0 ? std::copysign(0.0, x) : (double)r;
 +      return (double)r;

@@ -2,37 +2,40 @@
 #pragma once
 
 // ---- rules the fast paths rely on -----------------------------------------------
-// Each names the case under tests/lang/ that fails when the rule is broken.
+// Each names the mistakes planted against it by tests/plant_faults.py,
+// which tells the language case that catches each one.
 //
 // Number records (Val.own):
 // 1. Owned: a record marked NUM_OWNED is held by exactly one binding, field
 //    or element. Only such a record is updated in place by a store
 //    (store_owned) or recycled by a released call scope (env_release).
-//    [eval/rules.orv 1]
+//    [store-ignores-owner, release-recycles-lent]
 // 2. Given away: a value read to be kept or passed on (a variable's value,
 //    lst_at, obj_get, module exports) loses the mark. Reads in place
 //    (operands, containers, obj_slot_sym) keep it, and arithmetic copies the
 //    number out at once, before a later call may update the record.
-//    [eval/rules.orv 2, identity/numbers.orv]
+//    [read-keeps-ownership, module-copy-keeps-ownership]
 // 3. Made here: only a number made for its holder (a literal, arithmetic, a
 //    math builtin: fresh_number_node) becomes owned by the element, field or
-//    parameter it is made for. [eval/rules.orv 3]
+//    parameter it is made for. [variable-read-made-here]
 // 4. Lent: a variable's marked number passed to a user function is NUM_LENT
 //    while the call runs, so neither the caller's stores nor the callee's
 //    release touch it. Afterwards it gets its mark back, unless the callee
 //    gave it away (the mark is gone) or a closure kept the call's scope
-//    (that scope still holds it). [eval/rules.orv 4]
+//    (that scope still holds it). [lent-owned-though-captured,
+//    lent-restored-though-given-away]
 //
 // Per-node memory (Node.bind, key_pos and the handlers):
 // 5. A remembered binding or key position is a guess, checked at every use:
 //    the slot lies within the scope and holds the same name; one scope out,
 //    the inner scope must not bind the name (its name bits); a key position
 //    lies within the object and holds the same key.
-//    [calls/functions.orv, objects/field_sites.orv]
+//    [slot-past-scope-length, outer-slot-despite-local,
+//    remembered-scope-unchecked, field-key-unchecked]
 // 6. A handler is chosen once, from the node's shape alone (the tree never
 //    changes), never from the values its first run saw: a specialised
 //    handler takes the generic path whenever an operand is no number.
-//    [eval/rules.orv 6]
+//    [fast-path-despite-text, self-store-assumes-number]
 //
 // Builds with ORVEX_PLAIN (see PLAIN) keep no per-node memory but the
 // handlers' generic choice, and mark no number owned: the same suite passes
