@@ -69,10 +69,7 @@ ASAN_NOISE = ("WARNING: ASan is ignoring requested __asan_handle_no_return",
 
 
 def lines(data):
-    text = data.decode("utf-8", "surrogateescape")
-    out = text.split("\n")
-    if out and out[-1] == "":
-        out.pop()
+    out = data.decode("utf-8", "surrogateescape").removesuffix("\n").split("\n") if data else []
     return [l for l in out if not any(n in l for n in ASAN_NOISE)]
 
 
@@ -116,18 +113,12 @@ def address_checked(binary):
 
 def check(binary, case, spec):
     folder = os.path.dirname(case)
-    env = dict(os.environ)
-    env.pop("ORVEX_HOME", None)
-    for name in spec["unset"]:
-        env.pop(name, None)
-    for name, value in spec["env"].items():
-        env[name] = value.replace("{dir}", folder)
+    env = {k: v for k, v in os.environ.items() if k not in spec["unset"] + ["ORVEX_HOME"]}
+    env.update({name: value.replace("{dir}", folder) for name, value in spec["env"].items()})
     if spec["program"]:
         binary = os.path.join(os.path.dirname(binary), spec["program"])
-    if spec["cmdline"] is not None:
-        argv = [binary] + spec["cmdline"]
-    else:
-        argv = [binary, "run", os.path.basename(case)] + spec["args"]
+    words = spec["cmdline"] if spec["cmdline"] is not None else ["run", os.path.basename(case)] + spec["args"]
+    argv = [binary] + words
     label = " ".join([os.path.basename(binary)] + argv[1:])
     if spec["vlimit"] and address_checked(binary):
         print(f"skipped {case} ({label}): address space capped")
