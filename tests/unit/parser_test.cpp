@@ -171,9 +171,8 @@ TEST(Parser, BodyRule) {
   EXPECT_EQ(P("if a:\n    x\n\n# c\n| if b:\n    y\n|\n    z\nw"),
             "(block (if (id a) (block (id x)) (elif (id b) (block (id y))) (block (id z))) (id w))");
   EXPECT_EQ(P("if a:\n    x\n    |\n    y\nz"), "(block (if (id a) (block (id x) (id y)) _) (id z))");
-  // Stray bytes are skipped one at a time; a NUL ends the text; CRLF is LF.
+  // Stray bytes are skipped one at a time; CRLF is LF.
   EXPECT_EQ(P(") x = 1 ; y\xc3\xa9"), "(block (assign x (num 1)) (id y))");
-  EXPECT_EQ(P(std::string("a = 1\0b = 2", 11)), "(block (assign a (num 1)))");
   EXPECT_EQ(P("f(x) =\r\n    if x:\r\n        ret x\r\n    |\r\n        ret -1\r\nwhl c:\r\n\r\n    d\r\n"),
             P("f(x) =\n    if x:\n        ret x\n    |\n        ret -1\nwhl c:\n\n    d\n"));
 }
