@@ -2,10 +2,10 @@
 """Plants typical mistakes in a copy of the interpreter, one at a time, and
 tells which the language cases catch: tests/plant_faults.py [NAME ...]
 
-The copy in $PLANT_DIR (default /tmp/orvex-plant) is synced from the tree and
-rebuilt incrementally (orvex-min only, so runs of orvex are skipped). $JOBS
-cases run at once (default 2); the first failing case catches the fault, and
-the case that caught it last time runs first. Status 0 when all are caught.
+The copy in $PLANT_DIR (default /tmp/orvex-plant) is synced and rebuilt
+incrementally (orvex-min only: runs of orvex are skipped); $JOBS cases run at
+once (default 2). The first failing case catches the fault; last time's
+catcher runs first. Status 0 when all are caught.
 """
 import concurrent.futures
 import glob
@@ -136,31 +136,23 @@ def faults():
     return [(name, path, "\n".join(old), "\n".join(new)) for name, path, old, new in out]
 
 
-FAULTS = faults()
-
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 WORK = os.environ.get("PLANT_DIR", "/tmp/orvex-plant")
 SRC, BUILD = os.path.join(WORK, "src"), os.path.join(WORK, "build")
 JOBS = int(os.environ.get("JOBS", "2"))
-SYNCED = ["CMakeLists.txt", "seed", "tests", "examples"]
+LANG = os.path.join(SRC, "tests", "lang")
 
 
 def sync():
     """Copies what differs (with a fresh time, for make) and drops what is gone."""
-    wanted = set()
-    for top in SYNCED:
-        src = os.path.join(ROOT, top)
-        paths = [src] if os.path.isfile(src) else [os.path.join(d, f) for d, _, fs in os.walk(src) for f in fs]
-        for p in paths:
-            rel = os.path.relpath(p, ROOT)
-            wanted.add(rel)
-            dst = os.path.join(SRC, rel)
-            with open(p, "rb") as f:
-                data = f.read()
-            if not os.path.exists(dst) or open(dst, "rb").read() != data:
-                os.makedirs(os.path.dirname(dst), exist_ok=True)
-                with open(dst, "wb") as f:
-                    f.write(data)
+    wanted = {os.path.join(d, f) for top in ("seed", "tests", "examples")
+              for d, _, fs in os.walk(os.path.join(ROOT, top)) for f in fs}
+    wanted = {os.path.relpath(p, ROOT) for p in wanted} | {"CMakeLists.txt"}
+    for rel in wanted:
+        data, dst = open(os.path.join(ROOT, rel), "rb").read(), os.path.join(SRC, rel)
+        if not os.path.exists(dst) or open(dst, "rb").read() != data:
+            os.makedirs(os.path.dirname(dst), exist_ok=True)
+            open(dst, "wb").write(data)
     for d, _, fs in os.walk(SRC):
         for f in fs:
             if os.path.relpath(os.path.join(d, f), SRC) not in wanted:
@@ -172,70 +164,58 @@ def build():
         subprocess.run(["cmake", "-S", SRC, "-B", BUILD, "-DCMAKE_BUILD_TYPE=Release"],
                        check=True, stdout=subprocess.DEVNULL)
     return subprocess.run(["cmake", "--build", BUILD, "--target", "orvex-min", "-j", str(JOBS)],
-                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
-
-
-def cases():
-    lang = os.path.join(SRC, "tests", "lang")
-    return [p for p in glob.glob(os.path.join(lang, "**", "*.orv"), recursive=True)
-            if os.path.relpath(p, lang).count(os.sep) == 1 or os.path.basename(p) == "main.orv"]
+                          capture_output=True).returncode == 0
 
 
 def run_suite(first):
-    """The first failing case (by name), or None when every case passes."""
+    """The first failing case, or None when every case passes."""
     sys.path.insert(0, os.path.join(SRC, "tests"))
     import run_lang
     binary = os.path.join(BUILD, "orvex-min")
-    order = sorted(cases(), key=lambda c: (c != first, "limits" in c, c))
+    cases = [p for p in glob.glob(os.path.join(LANG, "**", "*.orv"), recursive=True)
+             if os.path.relpath(p, LANG).count(os.sep) == 1 or p.endswith("/main.orv")]
     failed, stop = [], threading.Event()
 
     def one(case):
-        if stop.is_set():
-            return
-        for spec in run_lang.parse(case):
-            if not spec["program"] and not run_lang.check(binary, case, spec):
-                failed.append(case)
-                stop.set()
-                return
+        if not stop.is_set() and any(not spec["program"] and not run_lang.check(binary, case, spec)
+                                     for spec in run_lang.parse(case)):
+            failed.append(case)
+            stop.set()
 
     quiet, sys.stdout = sys.stdout, io.StringIO()  # the runner's diffs
     try:
         with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
-            list(pool.map(one, order))
+            list(pool.map(one, sorted(cases, key=lambda c: (c != first, "limits" in c, c))))
     finally:
         sys.stdout = quiet
     return failed[0] if failed else None
 
 
-def plant(fault):
+def plant(fault, caught):
     """'caught', 'missed', 'stale' or 'no build', and the catching case."""
     name, rel, old, new = fault
     path = os.path.join(SRC, "seed", rel)
-    with open(path) as f:
-        text = f.read()
+    text = open(path).read()
     if text.count(old) != 1:
         return "stale", ""
     try:
-        with open(path, "w") as f:
-            f.write(text.replace(old, new))
-        if not build():
-            return "no build", ""
-        case = run_suite(CAUGHT.get(name))
+        open(path, "w").write(text.replace(old, new))
+        case = run_suite(caught.get(name)) if build() else "no build"
     finally:
-        with open(path, "w") as f:
-            f.write(text)
+        open(path, "w").write(text)
+    if case == "no build":
+        return case, ""
     if case:
-        CAUGHT[name] = case
-        return "caught", os.path.relpath(case, os.path.join(SRC, "tests", "lang"))
+        caught[name] = case
+        return "caught", os.path.relpath(case, LANG)
     return "missed", ""
 
 
 def main():
-    global CAUGHT
     os.makedirs(WORK, exist_ok=True)
     memo = os.path.join(WORK, "caught.json")
-    CAUGHT = json.load(open(memo)) if os.path.exists(memo) else {}
-    chosen = [f for f in FAULTS if len(sys.argv) < 2 or f[0] in sys.argv[1:]]
+    caught = json.load(open(memo)) if os.path.exists(memo) else {}
+    chosen = [f for f in faults() if len(sys.argv) < 2 or f[0] in sys.argv[1:]]
     sync()
     if not build() or run_suite(None):
         print("the unchanged tree does not build or pass its language cases")
@@ -244,11 +224,10 @@ def main():
     missed = 0
     for fault in chosen:
         t0 = time.time()
-        result, case = plant(fault)
+        result, case = plant(fault, caught)
         missed += result != "caught"
         print(f"{fault[0]:28} {fault[1]:32} {result:8} {case} ({time.time() - t0:.0f} s)", flush=True)
-        with open(memo, "w") as f:
-            json.dump(CAUGHT, f)
+        json.dump(caught, open(memo, "w"))
     print(f"{len(chosen) - missed} of {len(chosen)} caught")
     return 1 if missed else 0
 

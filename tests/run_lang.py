@@ -1,25 +1,19 @@
 #!/usr/bin/env python3
-"""Runs one Orvex language test and compares it with the expectations in its comments.
-
-A case is a file tests/lang/<area>/<name>.orv, or a folder whose entry is main.orv.
-Directives, each on a comment line of the entry file:
-  # expect: TEXT        one line of standard output, in order ("# expect:" alone: an empty line)
-  # expect-err: TEXT    one line of standard error, in order
-  # expect-status: N    exit status (0 when absent)
-  # args: A B ...       extra words after the file on the command line
-  # cmdline: WORDS      the whole command line after the program name, instead of "run FILE ARGS"
-  # env: NAME=VALUE     set a variable (VALUE may use {dir}, the case folder); "# env: NAME" unsets it
-  # stdin: TEXT         one line of standard input
-  # timeout: SECONDS    default 60
-  # program: orvex      run the orvex program built beside orvex-min instead
-  # stdout: WHERE       "full" (/dev/full), "closed" (no descriptor 1), "first-line" (a reader that
-                        keeps one line, then closes the pipe), or "with-stderr" (one pipe for both)
-  # needs: collector    skipped in builds without the collector
-  # vlimit: KB          cap the address space (skipped under the address checker)
-  # run: WORDS          a further run with WORDS as its arguments: it keeps the setup above the
+"""Runs one Orvex language case (tests/lang/<area>/<name>.orv, or a folder with
+main.orv) and compares it with the directives on its comment lines:
+  # expect: TEXT / # expect-err: TEXT   one line of stdout / stderr, in order
+  # expect-status: N    exit status (default 0)
+  # args: A B ...       words after "run FILE";  # cmdline: WORDS replaces "run FILE ARGS"
+  # env: NAME=VALUE     ({dir} is the case folder); "# env: NAME" unsets it
+  # stdin: TEXT         one line of input;  # timeout: SECONDS (default 60)
+  # program: orvex      run the orvex built beside orvex-min
+  # stdout: WHERE       full (/dev/full), closed, first-line (a reader that keeps one
+                        line, then closes the pipe) or with-stderr (one pipe for both)
+  # needs: collector    skipped without the collector;  # vlimit: KB  caps the address space
+  # run: WORDS          a further run with these arguments: it keeps the setup above the
                         first "run" line; the expectations after it are its own
-The program runs in the case's folder with its entry file named relatively, so
-paths in messages do not depend on where the checkout lives.
+The program runs in the case's folder with its entry named relatively, so
+messages do not depend on where the checkout lives.
 """
 import copy
 import resource
@@ -42,40 +36,24 @@ def parse(path):
     with open(path, "rb") as f:
         text = f.read().decode("utf-8", "surrogateescape")
     for line in text.split("\n"):
-        line = line.rstrip("\r")
-        s = line.lstrip(" \t")
-        if not s.startswith("# "):
+        s = line.rstrip("\r").lstrip(" \t")
+        key, sep, val = s[2:].partition(":")
+        if not s.startswith("# ") or not sep or " " in key:
             continue
-        body = s[2:]
-        key, sep, val = body.partition(":")
-        if not sep or " " in key:
-            continue
-        if val.startswith(" "):
-            val = val[1:]
-        if key == "expect":
-            spec["out"].append(val)
-        elif key == "expect-err":
-            spec["err"].append(val)
-        elif key == "expect-status":
-            spec["status"] = int(val)
-        elif key == "args":
-            spec["args"] += val.split()
-        elif key == "cmdline":
-            spec["cmdline"] = val.split()
+        val = val[1:] if val.startswith(" ") else val
+        if key in ("expect", "expect-err"):
+            spec["out" if key == "expect" else "err"].append(val)
+        elif key in ("expect-status", "vlimit"):
+            spec[key.replace("expect-", "")] = int(val) * (1024 if key == "vlimit" else 1)
+        elif key in ("args", "cmdline"):
+            spec[key] = (spec[key] if key == "args" else []) + val.split()
         elif key == "env":
             name, eq, value = val.partition("=")
-            if eq:
-                spec["env"][name] = value
-            else:
-                spec["unset"].append(name)
-        elif key == "stdin":
-            spec["stdin"].append(val)
-        elif key == "timeout":
-            spec["timeout"] = float(val) * SLOW
+            spec["env"].update({name: value}) if eq else spec["unset"].append(name)
+        elif key in ("stdin", "timeout"):
+            spec["stdin"].append(val) if key == "stdin" else spec.update(timeout=float(val) * SLOW)
         elif key in ("program", "stdout", "needs"):
             spec[key] = val
-        elif key == "vlimit":
-            spec["vlimit"] = int(val) * 1024
         elif key == "run":
             spec = copy.deepcopy(runs[0])
             spec.update(out=[], err=[], status=0, args=val.split())
@@ -91,10 +69,7 @@ ASAN_NOISE = ("WARNING: ASan is ignoring requested __asan_handle_no_return",
 
 
 def lines(data):
-    text = data.decode("utf-8", "surrogateescape")
-    out = text.split("\n")
-    if out and out[-1] == "":
-        out.pop()
+    out = data.decode("utf-8", "surrogateescape").removesuffix("\n").split("\n") if data else []
     return [l for l in out if not any(n in l for n in ASAN_NOISE)]
 
 
@@ -138,18 +113,12 @@ def address_checked(binary):
 
 def check(binary, case, spec):
     folder = os.path.dirname(case)
-    env = dict(os.environ)
-    env.pop("ORVEX_HOME", None)
-    for name in spec["unset"]:
-        env.pop(name, None)
-    for name, value in spec["env"].items():
-        env[name] = value.replace("{dir}", folder)
+    env = {k: v for k, v in os.environ.items() if k not in spec["unset"] + ["ORVEX_HOME"]}
+    env.update({name: value.replace("{dir}", folder) for name, value in spec["env"].items()})
     if spec["program"]:
         binary = os.path.join(os.path.dirname(binary), spec["program"])
-    if spec["cmdline"] is not None:
-        argv = [binary] + spec["cmdline"]
-    else:
-        argv = [binary, "run", os.path.basename(case)] + spec["args"]
+    words = spec["cmdline"] if spec["cmdline"] is not None else ["run", os.path.basename(case)] + spec["args"]
+    argv = [binary] + words
     label = " ".join([os.path.basename(binary)] + argv[1:])
     if spec["vlimit"] and address_checked(binary):
         print(f"skipped {case} ({label}): address space capped")

@@ -1,10 +1,7 @@
 #!/usr/bin/env python3
-"""What a new user meets first: the command line's conventions, the manual
-pages, and an installed orvex running a program that uses the standard
-library from another directory, until make uninstall takes it away.
-
-Usage: user_install.py SOURCE_DIR BUILD_DIR
-"""
+"""user_install.py SOURCE_DIR BUILD_DIR: what a new user meets first: the command line's
+conventions, the manual pages, and an installed orvex running a program that uses the
+standard library from another directory, until make uninstall takes it away."""
 import os
 import re
 import subprocess
@@ -45,8 +42,7 @@ def manual_pages(source, orvex):
         p = run(["groff", "-man", "-ww", "-z", page])
         check(p.returncode == 0 and p.stderr == "", f"{page} renders without warnings: {p.stderr}")
     # The reference names every builtin that help knows.
-    with open(pages[2]) as f:
-        reference = f.read().replace("\\-", "-").replace("\\e", "\\")
+    reference = open(pages[2]).read().replace("\\-", "-").replace("\\e", "\\")
     names = []
     for family in ("core", "txt", "enc", "trl", "math", "sys", "unsupported"):
         out = run([orvex, "help", family]).stdout
@@ -89,14 +85,9 @@ def installed(source, build):
             check(p.returncode == 0 and not left, f"make uninstall leaves {left}")
 
 
-def main():
-    source, build = sys.argv[1], sys.argv[2]
-    orvex = os.path.join(build, "orvex")
-    command_line(orvex)
-    manual_pages(source, orvex)
-    installed(source, build)
-    return 1 if failures else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    source, build = sys.argv[1], sys.argv[2]
+    command_line(os.path.join(build, "orvex"))
+    manual_pages(source, os.path.join(build, "orvex"))
+    installed(source, build)
+    sys.exit(1 if failures else 0)

@@ -45,14 +45,3 @@ TEST(Help, EveryDispatcherRowHasAnEntryWithItsCounts) {
   }
   EXPECT_EQ(docs, rows) << "an entry names no builtin, or one is listed twice";
 }
-
-TEST(Help, EntriesAreFoundByExactName) {
-  ASSERT_NE(builtin_doc("txt.sub"), nullptr);
-  EXPECT_STREQ(builtin_doc("txt.sub")->family, "txt");
-  EXPECT_EQ(builtin_doc("txt"), nullptr);
-  EXPECT_EQ(builtin_doc("txt.su"), nullptr);
-  EXPECT_EQ(builtin_doc("txt.low"), nullptr);
-  char name[8];
-  doc_name(builtin_doc("txtsub"), name, sizeof name);
-  EXPECT_STREQ(name, "txtsub");
-}
