@@ -69,23 +69,28 @@ static void gather_names(const std::string &path, NameSet &names, std::set<std::
   for (const Node *u : uses) gather_names(module_path(path, u->use.path), names, seen);
 }
 
-// A skipped character or trailing text on a line that has a finding of
-// another kind is a consequence of it, not news.
+// A skipped character, trailing text or an unbound name on a line that
+// has a finding of another kind is a consequence of it, not news (a name
+// is not explained by another name).
+static bool echo_kind(const Finding &f) { return f.kind == "skipped" || f.kind == "trailing" || f.kind == "unbound"; }
+
 static void drop_echoes(std::vector<Finding> &fs) {
   auto line = [](uint32_t pos) {
     int l, c;
     source_line_col(pos, &l, &c);
     return l;
   };
-  std::set<int> explained;
+  std::set<int> explained, explained_names;
   for (const Finding &f : fs)
-    if (f.kind != "skipped" && f.kind != "trailing") {
-      explained.insert(line(f.pos));
-      explained.insert(line(f.stop));
+    if (!echo_kind(f)) {
+      for (uint32_t p : {f.pos, f.stop}) {
+        explained.insert(line(p));
+        if (f.kind != "undefined") explained_names.insert(line(p));
+      }
     }
   std::vector<Finding> kept;
   for (const Finding &f : fs) {
-    bool echo = (f.kind == "skipped" || f.kind == "trailing") && explained.count(line(f.pos));
+    bool echo = echo_kind(f) && (f.kind == "unbound" ? explained_names : explained).count(line(f.pos));
     // text that no statement starts with is better told as skipped
     echo |= f.kind == "trailing" && std::any_of(fs.begin(), fs.end(), [&](const Finding &k) {
               return k.kind == "skipped" && k.pos == f.pos;

@@ -85,7 +85,23 @@ const std::vector<std::string> &builtin_names() {
   return *names;
 }
 
+// Names other languages give to what Orvex spells otherwise, too far from
+// it for a slip of the keys.
+static const char *const WORDS_ELSEWHERE[][2] = {
+    {"true", "tru"},       {"True", "tru"},       {"false", "fls"},        {"False", "fls"},
+    {"null", "nil"},       {"None", "nil"},       {"undefined", "nil"},    {"print", "prn"},
+    {"println", "prn"},    {"puts", "prn"},       {"echo", "prn"},         {"printf", "prn"},
+    {"length", "len"},     {"size", "len"},       {"count", "len"},        {"append", "push"},
+    {"tostring", "str"},   {"string", "str"},     {"keys", "okeys"},       {"type", "typ"},
+    {"typeof", "typ"},     {"split", "txt.spl"},  {"join", "txt.jn"},      {"upper", "txt.up"},
+    {"lower", "txt.lo"},   {"trim", "txt.trm"},   {"replace", "txt.rep"},  {"map", "trl.map"},
+    {"filter", "trl.fil"}, {"reduce", "trl.red"}, {"reverse", "trl.rev"},  {"floor", "flo"},
+    {"ceil", "cel"},       {"sqrt", "sqr"},       {"exit", "__sys_exit"},  {"input", "__sys_read_line"},
+};
+
 std::string did_you_mean(const std::string &name, const std::vector<std::string> &candidates) {
+  for (const auto &w : WORDS_ELSEWHERE)
+    if (name == w[0]) return std::string("; did you mean `") + w[1] + "`?";
   std::vector<std::string> all = candidates;
   for (const std::string &b : builtin_names())
     if (b.compare(0, 2, "__") != 0 || name.compare(0, 2, "__") == 0) all.push_back(b);

@@ -50,6 +50,7 @@ struct Linter {
   const NameSet &names;
   std::vector<Finding> &out;
   std::set<const Node *> told;  // nodes already pointed at
+  std::set<std::string> unread;  // names already told unbound
   std::vector<std::string> defined_list;
 
   void add(const Node *n, const char *kind, const std::string &msg) {
@@ -153,8 +154,19 @@ struct Linter {
     if (names.defined.count(root)) return;
     std::string note = family_note(root, dotted.substr(dot + 1));
     if (!note.empty()) add(n, "undefined", "`" + dotted + "`: " + note);
-    else if (!known(root)) add(n, "undefined", "`" + root + "` is defined nowhere: `" + dotted + "(...)` stops the run" +
+    else if (!known(root) && unread.insert(root).second) add(n, "undefined", "`" + root + "` is defined nowhere: `" + dotted + "(...)` stops the run" +
                                                    did_you_mean(root, defined_list));
+  }
+
+  // A variable no statement of the file or its modules binds, at its first
+  // read; the root of a family of builtins (txt in txt.up) is none.
+  void read(const Node *n) {
+    if (!names.complete || known(n->id) || told.count(n) || !unread.insert(n->id).second) return;
+    std::string dotted = std::string(n->id) + ".";
+    for (const std::string &b : builtin_names())
+      if (b == n->id || b.compare(0, dotted.size(), dotted) == 0) return;
+    add(n, "unbound", std::string("`") + n->id + "` is bound nowhere in this file or the modules it uses: reading it "
+                        "stops the run" + did_you_mean(n->id, defined_list));
   }
 
   static bool is_builtin(const std::string &name) {
@@ -167,6 +179,7 @@ struct Linter {
     if (!n) return;
     if (n->type == N_BIN) operators(n);
     if (n->type == N_CALL) call(n);
+    if (n->type == N_ID) read(n);
     each_child(n, [&](const Node *c) { everything(c); });
   }
 
@@ -282,7 +295,7 @@ struct Linter {
 };
 
 void lint_tree(const Node *prog, const NameSet &names, std::vector<Finding> &out) {
-  Linter l{names, out, {}, {}, {}, {}, {}, nullptr};
+  Linter l{names, out, {}, {}, {}, {}, {}, {}, nullptr};
   l.defined_list.assign(names.defined.begin(), names.defined.end());
   l.structure(prog);
   l.everything(prog);
