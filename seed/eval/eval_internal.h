@@ -2,7 +2,7 @@
 #pragma once
 
 // ---- rules the fast paths rely on -----------------------------------------------
-// Each names the mistakes planted against it by tests/plant_faults.py,
+// Each names the mistakes planted against it by tools/plant_faults.py,
 // which tells the language case that catches each one.
 //
 // Number records (Val.own):

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Plants typical mistakes in a copy of the interpreter, one at a time, and
-tells which the language cases catch: tests/plant_faults.py [NAME ...]
+tells which the language cases catch: tools/plant_faults.py [NAME ...]
 
 The copy in $PLANT_DIR (default /tmp/orvex-plant) is synced and rebuilt
 incrementally (orvex-min only: runs of orvex are skipped); $JOBS cases run at
