@@ -375,12 +375,13 @@ static const char **g_kept_names;
 static size_t g_kept_len, g_kept_cap;
 
 static void keep_name(InternSlot *e) {
-  e->weak = 0;
+  const char *name = e->s - 1;  // held here while the array may grow and collect
   if (g_kept_len == g_kept_cap) {
     g_kept_cap = g_kept_cap ? g_kept_cap * 2 : 64;
     g_kept_names = (const char **)xgrow(g_kept_names, g_kept_len, g_kept_cap, sizeof(char *), true, false);
   }
-  g_kept_names[g_kept_len++] = e->s - 1;
+  g_kept_names[g_kept_len++] = name;
+  e->weak = 0;
 }
 #endif
 
