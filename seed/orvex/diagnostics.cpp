@@ -100,12 +100,14 @@ static const char *const WORDS_ELSEWHERE[][2] = {
 };
 
 std::string did_you_mean(const std::string &name, const std::vector<std::string> &candidates) {
-  for (const auto &w : WORDS_ELSEWHERE)
-    if (name == w[0]) return std::string("; did you mean `") + w[1] + "`?";
   std::vector<std::string> all = candidates;
   for (const std::string &b : builtin_names())
     if (b.compare(0, 2, "__") != 0 || name.compare(0, 2, "__") == 0) all.push_back(b);
   std::string best = nearest_name(name, all);
+  // a word from elsewhere, unless the program has a name near it (`count`
+  // may be a slip for its own `counts`)
+  for (const auto &w : WORDS_ELSEWHERE)
+    if (name == w[0] && nearest_name(name, candidates).empty()) best = w[1];
   return best.empty() ? "" : "; did you mean `" + best + "`?";
 }
 

@@ -407,12 +407,7 @@ static void names_rehash() {
 }
 
 static const char *name_add(const char *s, size_t len, uint32_t h, bool weak) {
-  char *copy;
-#ifdef ORVEX_GC
-  if (weak) copy = (char *)gc_atomic(len + 2) + 1;
-  else
-#endif
-    copy = (char *)xarena(len + 2) + 1;
+  char *copy = (char *)(weak ? gc_atomic(len + 2) : xarena(len + 2)) + 1;
   // The byte before each name numbers it: name_bit spreads names made one
   // after another (a function's variables) over distinct bits.
   copy[-1] = (char)(g_names_made++ % NAME_BITS);
@@ -440,7 +435,11 @@ static const char *name_get(const char *s, size_t len, bool weak) {
 
 const char *intern(const char *s, size_t len) { return name_get(s, len, false); }
 const char *intern(const char *s) { return intern(s, strlen(s)); }
+#ifdef ORVEX_GC
 const char *intern_key(const char *s) { return name_get(s, strlen(s), true); }
+#else
+const char *intern_key(const char *s) { return intern(s); }  // nothing is collected
+#endif
 
 const char *intern_find(const char *s) {
   if (!g_names_cap) return nullptr;
