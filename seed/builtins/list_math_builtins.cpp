@@ -13,24 +13,26 @@ static void push_all(Val *dst, Val *src) {
   for (int i = 0; i < src->lst->len; i++) lst_push(dst, lst_at(src, i));
 }
 
+static int list_len(Val *v) { return is_list(v) ? v->lst->len : 0; }
+
 static Val *b_cat(Val **args, int) {
-  Val *r = val_lst();
+  Val *r = val_lst_cap(lst_room(list_len(args[0]), list_len(args[1])));
   push_all(r, args[0]);
   push_all(r, args[1]);
   return r;
 }
 
 static Val *b_but(Val **args, int) {
-  Val *r = val_lst();
   Val *xs = args[0];
+  Val *r = val_lst_cap(list_len(xs) - 1);
   if (!is_list(xs)) return r;
   for (int i = 0; i < xs->lst->len - 1; i++) lst_push(r, lst_at(xs, i));
   return r;
 }
 
 static Val *b_rev(Val **args, int) {
-  Val *r = val_lst();
   Val *xs = args[0];
+  Val *r = val_lst_cap(list_len(xs));
   if (!is_list(xs)) return r;
   for (int i = xs->lst->len - 1; i >= 0; i--) lst_push(r, lst_at(xs, i));
   return r;
@@ -49,8 +51,10 @@ static Val *b_lst(Val **args, int) {
 // passes straight through.
 static Val *each_element(Val **args, bool filter) {
   Val *xs = args[0], *f = args[1];
-  Val *r = val_lst();
-  if (!is_list(xs) || f->type != V_FN) return r;
+  if (!is_list(xs) || f->type != V_FN) return val_lst();
+  // A map's result is as long as its list (unless the callback grows it):
+  // one array of that size, not a doubling series of copies.
+  Val *r = val_lst_cap(filter ? 0 : xs->lst->len);
   for (int i = 0; i < xs->lst->len; i++) {
     Val *x = lst_at(xs, i);
     Val *argv[1] = {x};

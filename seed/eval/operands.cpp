@@ -83,7 +83,7 @@ static Val *concat_text(Val *a, double x, Val *b, double y) {
 }
 
 static Val *concat_lists(Val *a, Val *b) {
-  Val *r = val_lst();
+  Val *r = val_lst_cap(lst_room(a->lst->len, b->lst->len));
   for (int i = 0; i < a->lst->len; i++) lst_push(r, lst_at(a, i));
   for (int i = 0; i < b->lst->len; i++) lst_push(r, lst_at(b, i));
   return r;

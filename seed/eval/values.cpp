@@ -150,7 +150,7 @@ static inline Val *literal_item(Node *item, Env *env) {
 }
 
 static Val *eval_list_literal(Node *n, Env *env) {
-  Val *v = val_lst();
+  Val *v = val_lst_cap(n->lst.n);
   for (int i = 0; i < n->lst.n; i++) lst_push(v, literal_item(n->lst.items[i], env));
   return v;
 }

@@ -164,7 +164,11 @@ const char *text_cstr(Val *v);
 // block's used part ends; null when a copy is the better way.
 char *text_append(Val *a, const char *p, size_t n);
 Val *val_lst();
+// An empty list with room for cap items (a length known in advance; at
+// most 0 means none).
 Val *val_lst_cap(int cap);
+// Room for the items of two lists together, when that fits a list at all.
+inline int lst_room(int a, int b) { return a <= INT32_MAX - b ? a + b : 0; }
 Val *val_obj();
 void lst_push(Val *lst, Val *item);
 // A value read to be kept or passed on: a number record is given away (no
