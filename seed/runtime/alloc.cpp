@@ -192,6 +192,15 @@ void gc_init() {
   GC_INIT();
   GC_register_displacement(sizeof(TextHead));
   GC_register_displacement(1);
+  // Records point into themselves at their inline slots. Counted as
+  // pointers to the record, these cost a mark bit already set; unknown,
+  // each would be checked and blacklisted at every collection.
+  GC_register_displacement(sizeof(Val));  // a list's or object's record
+  GC_register_displacement(sizeof(Val) + sizeof(Lst));
+  GC_register_displacement(sizeof(Val) + sizeof(Obj));
+  GC_register_displacement(sizeof(Val) + sizeof(Obj) + sizeof(char *) * OBJ_INLINE);
+  GC_register_displacement(offsetof(Env, inline_keys));
+  GC_register_displacement(offsetof(Env, inline_vals));
   // Collect when the new allocation reaches the heap's size, not a third
   // of it: programs whose live data grows (long lists, large maps) mark it
   // a third as often, for a heap up to twice that data. Loops over little

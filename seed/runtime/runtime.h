@@ -95,6 +95,8 @@ struct Lst {
   Val **items;  // the slots right after this record, or a heap array once outgrown
   int len, cap;
 };
+// Slots a list gets right after its record when no length is known.
+constexpr int LST_INLINE = 4;
 
 struct Obj {
   const char **keys;  // interned, in insertion order: equal keys are one pointer;
@@ -103,6 +105,8 @@ struct Obj {
   int len, cap;
   KeyIndex index;
 };
+// An object's first OBJ_INLINE keys and values sit right after its record.
+constexpr int OBJ_INLINE = 4;
 
 struct Fn {
   const char **params;  // shared with the N_FN node

@@ -10,8 +10,10 @@ Val g_nil_rec = {V_NIL, 0, {0}};
 Val g_true_rec = {V_BOOL, 0, {1}};
 Val g_false_rec = {V_BOOL, 0, {0}};
 
-static Val *val_new(VType t) {
-  Val *v = (Val *)gc_alloc(sizeof(Val));
+// A list or object value, its record and its first slots share one block:
+// the record right after the value, the slots right after the record.
+static Val *val_new(VType t, size_t record = 0) {
+  Val *v = (Val *)gc_alloc(sizeof(Val) + record);
   v->type = t;
   v->len = 0;
   return v;
@@ -117,25 +119,16 @@ char *text_append(Val *a, const char *p, size_t n) {
 
 Val *val_str(const char *s) { return val_str_n(s, (int)strlen(s)); }
 
-// A list's first LST_INLINE slots sit in the same arena block as its
-// record; a list that outgrows them moves its items to the heap.
-static const int LST_INLINE = 4;
-
 static inline bool lst_items_inline(Lst *l) { return l->items == (Val **)(l + 1); }
 
 Val *val_lst_cap(int cap) {
-  Val *v = val_new(V_LST);
-  if (cap <= LST_INLINE) {
-    Lst *l = (Lst *)gc_alloc(sizeof(Lst) + sizeof(Val *) * LST_INLINE);
-    l->items = (Val **)(l + 1);
-    l->len = 0;
-    l->cap = LST_INLINE;
-    v->lst = l;
-    return v;
-  }
-  Lst *l = (Lst *)gc_alloc(sizeof(Lst));
-  l->items = (Val **)gc_alloc(sizeof(Val *) * (size_t)cap);
-  l->len = 0;
+  // a list of known length gets just its slots; one that will grow by
+  // pushes gets a few
+  if (cap <= 0) cap = LST_INLINE;
+  bool inline_items = cap <= LST_INLINE;
+  Val *v = val_new(V_LST, sizeof(Lst) + (inline_items ? sizeof(Val *) * (size_t)cap : 0));
+  Lst *l = (Lst *)(v + 1);
+  l->items = inline_items ? (Val **)(l + 1) : (Val **)gc_alloc(sizeof(Val *) * (size_t)cap);
   l->cap = cap;
   v->lst = l;
   return v;
@@ -143,12 +136,9 @@ Val *val_lst_cap(int cap) {
 
 Val *val_lst() { return val_lst_cap(0); }
 
-// Likewise an object's first OBJ_INLINE keys and values.
-static const int OBJ_INLINE = 4;
-
 Val *val_obj() {
-  Val *v = val_new(V_OBJ);
-  Obj *o = (Obj *)gc_alloc(sizeof(Obj) + (sizeof(char *) + sizeof(Val *)) * OBJ_INLINE);
+  Val *v = val_new(V_OBJ, sizeof(Obj) + (sizeof(char *) + sizeof(Val *)) * OBJ_INLINE);
+  Obj *o = (Obj *)(v + 1);
   o->keys = (const char **)(o + 1);
   o->vals = (Val **)(o->keys + OBJ_INLINE);
   o->cap = OBJ_INLINE;
