@@ -9,16 +9,11 @@
 // their arrays, by later calls.
 Env *g_env_pool;
 
-Env *env_new(Env *parent) {
-  Env *e = g_env_pool;
-  if (e) {
-    g_env_pool = e->parent;
-  } else {
-    e = (Env *)gc_alloc(sizeof(Env));
-    e->keys = e->inline_keys;
-    e->vals = e->inline_vals;
-    e->cap = ENV_INLINE;
-  }
+Env *env_new_slow(Env *parent) {
+  Env *e = (Env *)gc_alloc(sizeof(Env));
+  e->keys = e->inline_keys;
+  e->vals = e->inline_vals;
+  e->cap = ENV_INLINE;
   e->parent = parent;
   return e;
 }

@@ -265,7 +265,16 @@ struct Env {
 // Names are numbered modulo NAME_BITS in the byte before their text (see intern).
 constexpr int NAME_BITS = 64;
 inline uint64_t name_bit(const char *sym) { return (uint64_t)1 << ((const unsigned char *)sym)[-1] % NAME_BITS; }
-Env *env_new(Env *parent);
+// A scope from the pool of released call scopes, or a fresh one.
+extern Env *g_env_pool;
+Env *env_new_slow(Env *parent);
+inline Env *env_new(Env *parent) {
+  Env *e = g_env_pool;
+  if (__builtin_expect(!e, 0)) return env_new_slow(parent);
+  g_env_pool = e->parent;
+  e->parent = parent;
+  return e;
+}
 Val *env_get(Env *e, const char *sym);
 void env_set_local(Env *e, const char *sym, Val *val);
 void env_set(Env *e, const char *sym, Val *val);
@@ -303,7 +312,6 @@ Val **env_slot_cached_slow(Env *e, const char *sym, int32_t *depth, int32_t *slo
 void env_set_cached(Env *e, const char *sym, Val *val, int32_t *depth, int32_t *slot);
 // Returns a call scope to the pool when nothing closed over it, recycling
 // the numbers only its bindings held.
-extern Env *g_env_pool;
 void env_release_slow(Env *e);
 inline void env_release(Env *e) {
   if (e->captured) return;
