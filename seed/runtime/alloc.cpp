@@ -1,5 +1,6 @@
 // Allocation: the collected heap for values, scratch memory, the arena for
 // trees and names, and the table of interned names.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -129,7 +130,7 @@ static void *g_lists[2][LIST_GRANULES + 1];
 // hold stale values): each collection starts by forgetting them all, so
 // they neither keep dead values alive nor hand out blocks the collector
 // has taken back.
-static void clear_dead_names(GC_EventType event);
+static void on_collection_event(GC_EventType event);
 
 static void drop_pools() {
   memset(g_lists, 0, sizeof g_lists);
@@ -201,13 +202,11 @@ void gc_init() {
   GC_register_displacement(sizeof(Val) + sizeof(Obj) + sizeof(char *) * OBJ_INLINE);
   GC_register_displacement(offsetof(Env, inline_keys));
   GC_register_displacement(offsetof(Env, inline_vals));
-  // Collect when the new allocation reaches the heap's size, not a third
-  // of it: programs whose live data grows (long lists, large maps) mark it
-  // a third as often, for a heap up to twice that data. Loops over little
-  // live data stay in the first heap.
+  // At the least, collect when the new allocation reaches the heap's size,
+  // not a third of it; pace_collections spaces collections further.
   GC_set_free_space_divisor(1);
   GC_set_start_callback(drop_pools);
-  GC_set_on_collection_event(clear_dead_names);
+  GC_set_on_collection_event(on_collection_event);
   // A first heap of a few megabytes spares short programs the many small
   // collections of a heap grown from nothing.
   GC_expand_hp(INITIAL_HEAP);
@@ -369,14 +368,33 @@ static InternSlot *name_slot(const char *s, size_t len, uint32_t h, InternSlot *
 }
 
 #ifdef ORVEX_GC
+// The next collection comes once the program has allocated PACE times what
+// survived this one, but no more than the survivors plus PACE_CAP: a
+// program whose live data grows marks it a fraction as often as the
+// collector's own pacing would, in a heap about PACE + 1 times that data
+// (twice it plus the cap, for large data). Loops over little live data
+// stay in the first heap.
+static const size_t PACE = 4, PACE_CAP = (size_t)48 << 20;
+
+static void pace_collections() {
+  GC_prof_stats_s st;
+  GC_get_prof_stats_unsafe(&st, sizeof st);
+  size_t live = st.heapsize_full - st.free_bytes_full;
+  GC_set_min_bytes_allocd(std::min(PACE * live, live + PACE_CAP) + 1);
+}
+
 // After marking and before any block is reused, the slots of collected
 // names that nothing marked become tombstones.
-static void clear_dead_names(GC_EventType event) {
-  if (event != GC_EVENT_RECLAIM_START) return;
+static void clear_dead_names() {
   for (size_t i = 0; i < g_names_cap; i++) {
     InternSlot *e = &g_names[i];
     if (e->weak && e->s && !GC_is_marked(e->s - 1)) e->s = nullptr;
   }
+}
+
+static void on_collection_event(GC_EventType event) {
+  if (event == GC_EVENT_RECLAIM_START) clear_dead_names();
+  if (event == GC_EVENT_RECLAIM_END) pace_collections();
 }
 
 // A collected name the tree now uses too must outlive every holder the
