@@ -158,12 +158,14 @@ static void *map_huge(size_t len, int prot, int flags) {
   return start;
 }
 
-// The collector's heap sections come from mmap, and its calls are linked
-// to this wrapper: sections of a megabyte or more go on huge pages (the
-// collector uses just the length it asked for).
+// The collector's memory comes from mmap, and its calls are linked to this
+// wrapper: sections of a megabyte or more go on huge pages (the collector
+// uses just the length it asked for); its small tables, which it clears or
+// fills at once, come populated, one call instead of a fault per page.
 extern "C" void *__wrap_mmap(void *addr, size_t len, int prot, int flags, int fd, off_t off) {
-  if (!(flags & MAP_ANONYMOUS) || (flags & MAP_FIXED) || len < HUGE_MIN || !(prot & PROT_WRITE))
+  if (!(flags & MAP_ANONYMOUS) || (flags & MAP_FIXED) || !(prot & PROT_WRITE))
     return __real_mmap(addr, len, prot, flags, fd, off);
+  if (len < HUGE_MIN) return __real_mmap(addr, len, prot, flags | MAP_POPULATE, fd, off);
   return map_huge(len, prot, flags);
 }
 
