@@ -34,8 +34,8 @@ void boot_global_scope();
 void boot_globals();
 // Entry point of orvex-min (main runs it on a large stack).
 int orvex_main(int argc, char **argv);
-// Runs entry on a thread with a large native stack, then exits with its
-// status (standard output flushed).
+// Starts the collector and runs entry on a large native stack, then exits
+// with its status (standard output flushed).
 [[noreturn]] int run_on_big_stack(int (*entry)(int, char **), int argc, char **argv);
 // Copies at most PATH_MAX_LEN bytes of src into a path buffer.
 void path_copy(char *dst, const char *src);
