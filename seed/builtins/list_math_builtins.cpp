@@ -8,19 +8,9 @@
 static bool is_list(Val *v) { return v->type == V_LST; }
 static double num_or_0(Val *v) { return v->type == V_NUM ? v->n : 0; }
 
-static void push_all(Val *dst, Val *src) {
-  if (!is_list(src)) return;
-  for (int i = 0; i < src->lst->len; i++) lst_push(dst, lst_at(src, i));
-}
-
 static int list_len(Val *v) { return is_list(v) ? v->lst->len : 0; }
 
-static Val *b_cat(Val **args, int) {
-  Val *r = val_lst_cap(lst_room(list_len(args[0]), list_len(args[1])));
-  push_all(r, args[0]);
-  push_all(r, args[1]);
-  return r;
-}
+static Val *b_cat(Val **args, int) { return lst_concat(args[0], args[1]); }
 
 static Val *b_but(Val **args, int) {
   Val *xs = args[0];

@@ -82,13 +82,6 @@ static Val *concat_text(Val *a, double x, Val *b, double y) {
   return val_str_own(sb_take(&sb), len);
 }
 
-static Val *concat_lists(Val *a, Val *b) {
-  Val *r = val_lst_cap(lst_room(a->lst->len, b->lst->len));
-  for (int i = 0; i < a->lst->len; i++) lst_push(r, lst_at(a, i));
-  for (int i = 0; i < b->lst->len; i++) lst_push(r, lst_at(b, i));
-  return r;
-}
-
 static bool operands_equal(Val *a, double x, Val *b, double y) {
   if (!a && !b) return x == y;
   if (!a) return b->type == V_NUM && x == b->n;
@@ -101,7 +94,7 @@ static Val *bin_apply(Node *n, char op, Val *a, double x, Val *b, double y, doub
   switch (op) {
     case '+':
       if (a && a->type == V_STR) return concat_text(a, x, b, y);
-      if (a && b && a->type == V_LST && b->type == V_LST) return concat_lists(a, b);
+      if (a && b && a->type == V_LST && b->type == V_LST) return lst_concat(a, b);
       if (b && b->type == V_STR) return concat_text(a, x, b, y);
       *out = num_arith('+', as_num(a, x), as_num(b, y), n);
       return nullptr;

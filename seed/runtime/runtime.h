@@ -171,10 +171,11 @@ Val *val_lst();
 // An empty list with room for cap items (a length known in advance; at
 // most 0 means none).
 Val *val_lst_cap(int cap);
-// Room for the items of two lists together, when that fits a list at all.
-inline int lst_room(int a, int b) { return a <= INT32_MAX - b ? a + b : 0; }
 Val *val_obj();
 void lst_push(Val *lst, Val *item);
+// A new list of a's items then b's, made at that length; a value that is
+// not a list counts as empty.
+Val *lst_concat(Val *a, Val *b);
 // A value read to be kept or passed on: a number record is given away (no
 // longer owned by the slot it came from, see NUM_OWNED).
 inline Val *given_away(Val *v) {

@@ -157,6 +157,16 @@ void lst_push(Val *lst, Val *item) {
   l->items[l->len++] = item;
 }
 
+static int list_len(Val *v) { return v->type == V_LST ? v->lst->len : 0; }
+
+Val *lst_concat(Val *a, Val *b) {
+  int na = list_len(a), nb = list_len(b);
+  Val *r = val_lst_cap(na <= INT32_MAX - nb ? na + nb : 0);
+  for (int i = 0; i < na; i++) lst_push(r, lst_at(a, i));
+  for (int i = 0; i < nb; i++) lst_push(r, lst_at(b, i));
+  return r;
+}
+
 // Object keys are interned, so a key is found by pointer comparison:
 // linearly while the object is small, past OBJ_INDEX_MIN keys through a hash
 // index over the same arrays. Key order is always the order of the arrays.
